@@ -1,0 +1,47 @@
+# The README's two commands: `make demo` (the main job) and `make test` (the whole suite).
+# Both install what they need first through scripts/install-deps.
+
+PRESET ?= ci
+JOBS ?= $(shell nproc)
+FORMAT_FILES = $(shell git ls-files -co --exclude-standard -- '*.cpp' '*.h' 2>/dev/null)
+
+.PHONY: all deps configure build test ctest fuzz bench demo format format-check clean
+
+all: build
+
+deps:
+	@scripts/install-deps
+
+configure: deps
+	@cmake --preset $(PRESET) >/dev/null
+
+build: configure
+	cmake --build --preset $(PRESET) -j $(JOBS)
+
+# The whole suite: formatting, every CTest test (sanitizer build), then the fuzzers.
+test: format-check build
+	ctest --preset $(PRESET) -j $(JOBS)
+	@$(MAKE) --no-print-directory fuzz
+
+fuzz: deps
+	@scripts/run-fuzzers
+
+bench: deps
+	@cmake --preset release >/dev/null
+	cmake --build --preset release -j $(JOBS)
+	@bench/run-all build-release
+
+demo: deps
+	@if [ -x scripts/demo ]; then scripts/demo; \
+	else echo "make demo: the end-to-end demo arrives with the sending engine; see README.md"; fi
+
+format:
+	@clang-format -i $(FORMAT_FILES)
+
+format-check:
+	@command -v clang-format >/dev/null || scripts/install-deps
+	@clang-format --dry-run --Werror $(FORMAT_FILES)
+	@echo "format-check: $(words $(FORMAT_FILES)) files formatted"
+
+clean:
+	rm -rf build build-asan build-release build-fuzz

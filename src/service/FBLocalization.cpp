@@ -1,0 +1,71 @@
+#include "FBLocalization.h"
+
+#include "FXLogging.h"
+
+#include <QCoreApplication>
+#include <QHash>
+#include <QMutex>
+#include <QSet>
+#include <QTranslator>
+
+#include <memory>
+
+namespace {
+
+QMutex catalogMutex;
+QHash<QString, QTranslator *> &installedCatalogs()
+{
+    static QHash<QString, QTranslator *> catalogs;
+    return catalogs;
+}
+
+QSet<QByteArray> &reportedMissingKeys()
+{
+    static QSet<QByteArray> keys;
+    return keys;
+}
+
+} // namespace
+
+QString FBLocalization::languageFor(const QLocale &locale)
+{
+    return locale.language() == QLocale::German ? QStringLiteral("de") : QStringLiteral("en");
+}
+
+bool FBLocalization::installCatalog(const QString &resourcePrefix, const QLocale &locale)
+{
+    auto translator = std::make_unique<QTranslator>();
+    const QString file =
+        resourcePrefix + QLatin1Char('_') + languageFor(locale) + QStringLiteral(".qm");
+    if (!translator->load(file)) {
+        qCWarning(lcService, "String catalog %s could not be loaded", qUtf8Printable(file));
+        return false;
+    }
+    QMutexLocker lock(&catalogMutex);
+    QTranslator *&slot = installedCatalogs()[resourcePrefix];
+    if (slot) {
+        QCoreApplication::removeTranslator(slot);
+        delete slot;
+    }
+    slot = translator.release();
+    QCoreApplication::installTranslator(slot);
+    return true;
+}
+
+bool FBLocalization::installCoreCatalog(const QLocale &locale)
+{
+    return installCatalog(QStringLiteral(":/VoxariaCoreBundle/translations/core"), locale);
+}
+
+QString FBLocalization::text(const char *key)
+{
+    const QString result = qtTrId(key);
+    if (result == QLatin1String(key)) {
+        QMutexLocker lock(&catalogMutex);
+        if (!reportedMissingKeys().contains(key)) {
+            reportedMissingKeys().insert(key);
+            qCWarning(lcService, "Missing localized text for key \"%s\"", key);
+        }
+    }
+    return result;
+}

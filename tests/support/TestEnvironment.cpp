@@ -1,0 +1,35 @@
+#include "TestEnvironment.h"
+
+#include <QDir>
+#include <QStandardPaths>
+
+namespace TestEnvironment {
+
+QString sourceDir()
+{
+    return QStringLiteral(FAXOLINO_SOURCE_DIR);
+}
+
+QString dataDir()
+{
+    return QStringLiteral(FAXOLINO_TEST_DATA_DIR);
+}
+
+QString binDir()
+{
+    return QStringLiteral(FAXOLINO_BIN_DIR);
+}
+
+QString root()
+{
+    return qEnvironmentVariable("FAXOLINO_TEST_ROOT");
+}
+
+bool isIsolated()
+{
+    const QString r = root();
+    return !r.isEmpty() && QDir::homePath().startsWith(r)
+           && QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation).startsWith(r);
+}
+
+} // namespace TestEnvironment

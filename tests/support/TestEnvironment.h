@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QString>
+
+// Paths of the source tree and build, and the isolation the test runner provides.
+namespace TestEnvironment {
+
+QString sourceDir();
+QString dataDir();
+QString binDir();
+// The test's private root folder (temporary HOME and XDG folders live below it).
+QString root();
+// Fails (QFAIL-style, returns false) when the test is not running inside isolated-run, so
+// that no test ever writes into a real user's folders.
+bool isIsolated();
+
+} // namespace TestEnvironment
