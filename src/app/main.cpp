@@ -3,9 +3,12 @@
 #include <QCoreApplication>
 #include <QTextStream>
 
+#include <cstring>
+
 namespace {
 
 const char usage[] = "Usage: faxolino [--help] [--version]\n"
+                     "       faxolino COMMAND [ARGUMENTS]\n"
                      "\n"
                      "Sends PDF documents as faxes through a voxaria account.\n"
                      "\n"
@@ -13,15 +16,40 @@ const char usage[] = "Usage: faxolino [--help] [--version]\n"
                      "  --help      Show this help and exit.\n"
                      "  --version   Show the version and exit.\n";
 
+// Subcommands for servers and scripts. Each runs with its own QCoreApplication and returns
+// the process exit code: 0 success, 1 a failed operation, 2 a usage or setup error.
+struct Command
+{
+    const char *name;
+    int (*run)(int argc, char *argv[]);
+};
+
+const Command commands[] = {
+    {nullptr, nullptr},
+};
+
+void setApplicationIdentity()
+{
+    QCoreApplication::setOrganizationName(QStringLiteral("voxaria"));
+    QCoreApplication::setApplicationName(QStringLiteral("Faxolino"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(FAXOLINO_VERSION));
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication app(argc, argv);
-    QCoreApplication::setOrganizationName(QStringLiteral("voxaria"));
-    QCoreApplication::setApplicationName(QStringLiteral("Faxolino"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(FAXOLINO_VERSION));
+    if (argc > 1) {
+        for (const Command &command : commands) {
+            if (command.name && std::strcmp(argv[1], command.name) == 0) {
+                setApplicationIdentity();
+                return command.run(argc - 1, argv + 1);
+            }
+        }
+    }
 
+    QCoreApplication app(argc, argv);
+    setApplicationIdentity();
     QTextStream out(stdout);
     QTextStream err(stderr);
     const QStringList args = app.arguments().mid(1);
