@@ -1,4 +1,5 @@
 #include "service/FBLocalization.h"
+#include "service/FXLogging.h"
 
 #include <QCoreApplication>
 #include <QTextStream>
@@ -39,6 +40,7 @@ void setApplicationIdentity()
 
 int main(int argc, char *argv[])
 {
+    FXLogging::installMessageHandler();
     if (argc > 1) {
         for (const Command &command : commands) {
             if (command.name && std::strcmp(argv[1], command.name) == 0) {
