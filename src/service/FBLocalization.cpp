@@ -60,12 +60,18 @@ bool FBLocalization::installCoreCatalog(const QLocale &locale)
 QString FBLocalization::text(const char *key)
 {
     const QString result = qtTrId(key);
-    if (result == QLatin1String(key)) {
-        QMutexLocker lock(&catalogMutex);
-        if (!reportedMissingKeys().contains(key)) {
-            reportedMissingKeys().insert(key);
-            qCWarning(lcService, "Missing localized text for key \"%s\"", key);
-        }
+    if (result != QString::fromUtf8(key))
+        return result;
+    QMutexLocker lock(&catalogMutex);
+    // English sentences serve as keys and translate into themselves: only a key that no
+    // catalog knows is missing.
+    for (const QTranslator *catalog : std::as_const(installedCatalogs())) {
+        if (!catalog->translate(nullptr, key).isNull())
+            return result;
+    }
+    if (!reportedMissingKeys().contains(key)) {
+        reportedMissingKeys().insert(key);
+        qCWarning(lcService, "Missing localized text for key \"%s\"", key);
     }
     return result;
 }
