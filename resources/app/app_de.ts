@@ -3,9 +3,250 @@
 <TS version="2.1" language="de_DE">
 <context>
     <name></name>
-    <message id="error_auth">
-        <source>error_auth</source>
-        <translation>Die Anmeldung ist fehlgeschlagen. Bitte prüfen Sie Benutzername und Passwort.</translation>
+    <!-- Main window and send workflow -->
+    <message id="help_newfax">
+        <source>help_newfax</source>
+        <extracomment>Help bubble shown when the fax window opens.</extracomment>
+        <translation>Öffnen Sie ein PDF-Dokument, ziehen Sie eines in dieses Fenster oder drucken Sie aus einem beliebigen Programm auf „voxaria Faxolino“. Geben Sie dann die Empfänger ein und klicken Sie auf „Senden“.</translation>
+    </message>
+    <message id="sendFax">
+        <source>sendFax</source>
+        <extracomment>Status while sending; %1: the current receiver's name, or the number as typed.</extracomment>
+        <translation>Fax an %1 wird gesendet …</translation>
+    </message>
+    <message id="receiver">
+        <source>receiver</source>
+        <extracomment>Toolbar label of the recipient field when no fax is being sent.</extracomment>
+        <translation>Empfänger</translation>
+    </message>
+    <message id="page">
+        <source>page</source>
+        <extracomment>Follows the page count when it is 1: "1 page".</extracomment>
+        <translation>Seite</translation>
+    </message>
+    <message id="pages">
+        <source>pages</source>
+        <extracomment>Follows the page count when it is 2 or more: "3 pages".</extracomment>
+        <translation>Seiten</translation>
+    </message>
+    <message id="fax_to">
+        <source>fax_to</source>
+        <extracomment>Notification title; %1: the receiver's fax number.</extracomment>
+        <translation>Fax an %1</translation>
+    </message>
+    <message id="fax_succeeded_quit">
+        <source>fax_succeeded_quit</source>
+        <extracomment>Notification text when the program quits after a successful send.</extracomment>
+        <translation>Das Fax wurde gesendet. Faxolino wird jetzt beendet.</translation>
+    </message>
+    <message id="fax_unavailable">
+        <source>fax_unavailable</source>
+        <extracomment>Balance line after a service error; followed by the error message in brackets.</extracomment>
+        <translation>Faxdienst nicht verfügbar</translation>
+    </message>
+    <message id="clipboard">
+        <source>clipboard</source>
+        <extracomment>Menu item of a recipient; followed by a blank and the number found on the clipboard.</extracomment>
+        <translation>Aus der Zwischenablage einfügen:</translation>
+    </message>
+    <message id="plugin_error_header">
+        <source>plugin_error_header</source>
+        <extracomment>Alert when a printed document arrived unreadable.</extracomment>
+        <translation>Das gedruckte Dokument konnte nicht gelesen werden.</translation>
+    </message>
+    <message id="plugin_error_body">
+        <source>plugin_error_body</source>
+        <extracomment>Explanation of the alert "plugin_error_header"; its default button is "refresh".</extracomment>
+        <translation>Der Drucker „voxaria Faxolino“ hat kein lesbares Dokument geliefert. Meist hilft es, den Drucker neu zu installieren.</translation>
+    </message>
+    <message id="refresh">
+        <source>refresh</source>
+        <extracomment>Button that reinstalls the printer "voxaria Faxolino".</extracomment>
+        <translation>Neu installieren</translation>
+    </message>
+    <message id="cancel">
+        <source>cancel</source>
+        <extracomment>Button that closes an alert without doing anything.</extracomment>
+        <translation>Abbrechen</translation>
+    </message>
+    <message id="error_empty_document_title">
+        <source>error_empty_document_title</source>
+        <extracomment>Alert title when Send is clicked without a document.</extracomment>
+        <translation>Kein Dokument</translation>
+    </message>
+    <message id="error_empty_document">
+        <source>error_empty_document</source>
+        <extracomment>Alert text when Send is clicked without a document.</extracomment>
+        <translation>Bitte öffnen Sie vor dem Senden ein PDF-Dokument oder ziehen Sie eines in das Fenster.</translation>
+    </message>
+    <message id="error_empty_number">
+        <source>error_empty_number</source>
+        <extracomment>Alert text when Send is clicked without a recipient.</extracomment>
+        <translation>Bitte geben Sie mindestens einen Empfänger an.</translation>
+    </message>
+    <!-- Preferences -->
+    <message id="service_installed">
+        <source>service_installed</source>
+        <extracomment>Preferences: state of the print-to-fax printer.</extracomment>
+        <translation>Der Drucker „voxaria Faxolino“ ist installiert.</translation>
+    </message>
+    <message id="service_not_installed">
+        <source>service_not_installed</source>
+        <extracomment>Preferences: state of the print-to-fax printer.</extracomment>
+        <translation>Der Drucker „voxaria Faxolino“ ist nicht installiert.</translation>
+    </message>
+    <message id="help_use_system">
+        <source>help_use_system</source>
+        <extracomment>Preferences: hint below the printer state.</extracomment>
+        <translation>Um ein Dokument aus einem beliebigen Programm zu faxen, drucken Sie es auf den Drucker „voxaria Faxolino“.</translation>
+    </message>
+    <message id="Install">
+        <source>Install</source>
+        <extracomment>Preferences: button that installs the printer.</extracomment>
+        <translation>Installieren</translation>
+    </message>
+    <message id="Uninstall">
+        <source>Uninstall</source>
+        <extracomment>Preferences: button that removes the printer.</extracomment>
+        <translation>Entfernen</translation>
+    </message>
+    <!-- Quit alert when the journal could not be saved -->
+    <message id="Could not save changes while quitting. Quit anyway?">
+        <source>Could not save changes while quitting. Quit anyway?</source>
+        <translation>Die Änderungen konnten beim Beenden nicht gesichert werden. Trotzdem beenden?</translation>
+    </message>
+    <message id="Quitting now will lose any changes you have made since the last successful save">
+        <source>Quitting now will lose any changes you have made since the last successful save</source>
+        <translation>Wenn Sie jetzt beenden, gehen alle Änderungen seit dem letzten erfolgreichen Sichern verloren</translation>
+    </message>
+    <message id="Quit anyway">
+        <source>Quit anyway</source>
+        <translation>Trotzdem beenden</translation>
+    </message>
+    <message id="Cancel">
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <!-- Help on status codes, keys built from the code as "0x%x", upper-cased (500 gives 0X1F4) -->
+    <message id="0X191">
+        <source>0X191</source>
+        <extracomment>Title of the help for status code 401; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Anmeldung fehlgeschlagen (401)</translation>
+    </message>
+    <message id="0X191_detail">
+        <source>0X191_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 401.</extracomment>
+        <translation>Der Faxdienst hat Ihren Benutzernamen oder Ihr Passwort nicht akzeptiert. Bitte prüfen Sie Ihr Konto in den Einstellungen.</translation>
+    </message>
+    <message id="0X193">
+        <source>0X193</source>
+        <extracomment>Title of the help for status code 403; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Zugriff verweigert (403)</translation>
+    </message>
+    <message id="0X193_detail">
+        <source>0X193_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 403.</extracomment>
+        <translation>Ihr Konto darf diesen Dienst oder diese Faxleitung nicht nutzen. Bitte prüfen Sie die gewählte Faxleitung und Ihren Vertrag bei voxaria.</translation>
+    </message>
+    <message id="0X194">
+        <source>0X194</source>
+        <extracomment>Title of the help for status code 404; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Nicht gefunden (404)</translation>
+    </message>
+    <message id="0X194_detail">
+        <source>0X194_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 404.</extracomment>
+        <translation>Die Nummer wurde nicht gefunden. Bitte prüfen Sie die Faxnummer des Empfängers.</translation>
+    </message>
+    <message id="0X198">
+        <source>0X198</source>
+        <extracomment>Title of the help for status code 408; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Keine Antwort (408)</translation>
+    </message>
+    <message id="0X198_detail">
+        <source>0X198_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 408.</extracomment>
+        <translation>Das Faxgerät des Empfängers hat nicht rechtzeitig geantwortet. Bitte versuchen Sie es später erneut.</translation>
+    </message>
+    <message id="0X1E0">
+        <source>0X1E0</source>
+        <extracomment>Title of the help for status code 480; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Vorübergehend nicht erreichbar (480)</translation>
+    </message>
+    <message id="0X1E0_detail">
+        <source>0X1E0_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 480.</extracomment>
+        <translation>Der Empfänger ist im Moment nicht erreichbar. Bitte versuchen Sie es später erneut.</translation>
+    </message>
+    <message id="0X1E6">
+        <source>0X1E6</source>
+        <extracomment>Title of the help for status code 486; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Besetzt (486)</translation>
+    </message>
+    <message id="0X1E6_detail">
+        <source>0X1E6_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 486.</extracomment>
+        <translation>Die Leitung des Empfängers ist besetzt. Bitte versuchen Sie es in einigen Minuten erneut.</translation>
+    </message>
+    <message id="0X1E7">
+        <source>0X1E7</source>
+        <extracomment>Title of the help for status code 487; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Abgebrochen (487)</translation>
+    </message>
+    <message id="0X1E7_detail">
+        <source>0X1E7_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 487.</extracomment>
+        <translation>Die Übertragung wurde abgebrochen, bevor der Empfänger angenommen hat.</translation>
+    </message>
+    <message id="0X1E8">
+        <source>0X1E8</source>
+        <extracomment>Title of the help for status code 488; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Kein Faxgerät (488)</translation>
+    </message>
+    <message id="0X1E8_detail">
+        <source>0X1E8_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 488.</extracomment>
+        <translation>Das Gerät des Empfängers hat die Faxübertragung nicht angenommen. Bitte prüfen Sie, ob die Nummer zu einem Faxgerät gehört.</translation>
+    </message>
+    <message id="0X1F4">
+        <source>0X1F4</source>
+        <extracomment>Title of the help for status code 500; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Fehler beim Faxdienst (500)</translation>
+    </message>
+    <message id="0X1F4_detail">
+        <source>0X1F4_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 500.</extracomment>
+        <translation>Beim Faxdienst ist ein interner Fehler aufgetreten, die Anfrage konnte nicht bearbeitet werden. Bitte versuchen Sie es später erneut. Besteht das Problem weiter, wenden Sie sich bitte an den voxaria-Support.</translation>
+    </message>
+    <message id="0X1F7">
+        <source>0X1F7</source>
+        <extracomment>Title of the help for status code 503; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Dienst nicht verfügbar (503)</translation>
+    </message>
+    <message id="0X1F7_detail">
+        <source>0X1F7_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 503.</extracomment>
+        <translation>Der Faxdienst ist vorübergehend nicht verfügbar, zum Beispiel wegen Wartungsarbeiten. Bitte versuchen Sie es später erneut.</translation>
+    </message>
+    <message id="0X25B">
+        <source>0X25B</source>
+        <extracomment>Title of the help for status code 603; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Abgelehnt (603)</translation>
+    </message>
+    <message id="0X25B_detail">
+        <source>0X25B_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 603.</extracomment>
+        <translation>Der Empfänger hat den Anruf abgelehnt.</translation>
+    </message>
+    <message id="0XFFFFFFFF">
+        <source>0XFFFFFFFF</source>
+        <extracomment>Title of the help for status code -1; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Unlesbare Antwort</translation>
+    </message>
+    <message id="0XFFFFFFFF_detail">
+        <source>0XFFFFFFFF_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code -1.</extracomment>
+        <translation>Der Faxdienst hat eine Antwort geschickt, die nicht gelesen werden konnte. Bitte versuchen Sie es später erneut.</translation>
     </message>
 </context>
 </TS>

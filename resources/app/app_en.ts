@@ -3,9 +3,250 @@
 <TS version="2.1" language="en_US">
 <context>
     <name></name>
-    <message id="error_auth">
-        <source>error_auth</source>
-        <translation>Authentication failed. Please check your user name and password.</translation>
+    <!-- Main window and send workflow -->
+    <message id="help_newfax">
+        <source>help_newfax</source>
+        <extracomment>Help bubble shown when the fax window opens.</extracomment>
+        <translation>Open a PDF document, drop one on this window, or print to “voxaria Faxolino” from any application. Then enter the recipients and click Send.</translation>
+    </message>
+    <message id="sendFax">
+        <source>sendFax</source>
+        <extracomment>Status while sending; %1: the current receiver's name, or the number as typed.</extracomment>
+        <translation>Sending fax to %1…</translation>
+    </message>
+    <message id="receiver">
+        <source>receiver</source>
+        <extracomment>Toolbar label of the recipient field when no fax is being sent.</extracomment>
+        <translation>Recipients</translation>
+    </message>
+    <message id="page">
+        <source>page</source>
+        <extracomment>Follows the page count when it is 1: "1 page".</extracomment>
+        <translation>page</translation>
+    </message>
+    <message id="pages">
+        <source>pages</source>
+        <extracomment>Follows the page count when it is 2 or more: "3 pages".</extracomment>
+        <translation>pages</translation>
+    </message>
+    <message id="fax_to">
+        <source>fax_to</source>
+        <extracomment>Notification title; %1: the receiver's fax number.</extracomment>
+        <translation>Fax to %1</translation>
+    </message>
+    <message id="fax_succeeded_quit">
+        <source>fax_succeeded_quit</source>
+        <extracomment>Notification text when the program quits after a successful send.</extracomment>
+        <translation>The fax was sent. Faxolino quits now.</translation>
+    </message>
+    <message id="fax_unavailable">
+        <source>fax_unavailable</source>
+        <extracomment>Balance line after a service error; followed by the error message in brackets.</extracomment>
+        <translation>Fax service unavailable</translation>
+    </message>
+    <message id="clipboard">
+        <source>clipboard</source>
+        <extracomment>Menu item of a recipient; followed by a blank and the number found on the clipboard.</extracomment>
+        <translation>Insert from clipboard:</translation>
+    </message>
+    <message id="plugin_error_header">
+        <source>plugin_error_header</source>
+        <extracomment>Alert when a printed document arrived unreadable.</extracomment>
+        <translation>The printed document could not be read.</translation>
+    </message>
+    <message id="plugin_error_body">
+        <source>plugin_error_body</source>
+        <extracomment>Explanation of the alert "plugin_error_header"; its default button is "refresh".</extracomment>
+        <translation>The printer “voxaria Faxolino” did not deliver a readable document. Reinstalling the printer usually fixes this.</translation>
+    </message>
+    <message id="refresh">
+        <source>refresh</source>
+        <extracomment>Button that reinstalls the printer "voxaria Faxolino".</extracomment>
+        <translation>Reinstall</translation>
+    </message>
+    <message id="cancel">
+        <source>cancel</source>
+        <extracomment>Button that closes an alert without doing anything.</extracomment>
+        <translation>Cancel</translation>
+    </message>
+    <message id="error_empty_document_title">
+        <source>error_empty_document_title</source>
+        <extracomment>Alert title when Send is clicked without a document.</extracomment>
+        <translation>No document</translation>
+    </message>
+    <message id="error_empty_document">
+        <source>error_empty_document</source>
+        <extracomment>Alert text when Send is clicked without a document.</extracomment>
+        <translation>Please open a PDF document or drop one on the window before sending.</translation>
+    </message>
+    <message id="error_empty_number">
+        <source>error_empty_number</source>
+        <extracomment>Alert text when Send is clicked without a recipient.</extracomment>
+        <translation>Please enter at least one recipient.</translation>
+    </message>
+    <!-- Preferences -->
+    <message id="service_installed">
+        <source>service_installed</source>
+        <extracomment>Preferences: state of the print-to-fax printer.</extracomment>
+        <translation>The printer “voxaria Faxolino” is installed.</translation>
+    </message>
+    <message id="service_not_installed">
+        <source>service_not_installed</source>
+        <extracomment>Preferences: state of the print-to-fax printer.</extracomment>
+        <translation>The printer “voxaria Faxolino” is not installed.</translation>
+    </message>
+    <message id="help_use_system">
+        <source>help_use_system</source>
+        <extracomment>Preferences: hint below the printer state.</extracomment>
+        <translation>To fax a document from any application, print it to the printer “voxaria Faxolino”.</translation>
+    </message>
+    <message id="Install">
+        <source>Install</source>
+        <extracomment>Preferences: button that installs the printer.</extracomment>
+        <translation>Install</translation>
+    </message>
+    <message id="Uninstall">
+        <source>Uninstall</source>
+        <extracomment>Preferences: button that removes the printer.</extracomment>
+        <translation>Uninstall</translation>
+    </message>
+    <!-- Quit alert when the journal could not be saved -->
+    <message id="Could not save changes while quitting. Quit anyway?">
+        <source>Could not save changes while quitting. Quit anyway?</source>
+        <translation>Could not save changes while quitting. Quit anyway?</translation>
+    </message>
+    <message id="Quitting now will lose any changes you have made since the last successful save">
+        <source>Quitting now will lose any changes you have made since the last successful save</source>
+        <translation>Quitting now will lose any changes you have made since the last successful save</translation>
+    </message>
+    <message id="Quit anyway">
+        <source>Quit anyway</source>
+        <translation>Quit anyway</translation>
+    </message>
+    <message id="Cancel">
+        <source>Cancel</source>
+        <translation>Cancel</translation>
+    </message>
+    <!-- Help on status codes, keys built from the code as "0x%x", upper-cased (500 gives 0X1F4) -->
+    <message id="0X191">
+        <source>0X191</source>
+        <extracomment>Title of the help for status code 401; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Authentication failed (401)</translation>
+    </message>
+    <message id="0X191_detail">
+        <source>0X191_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 401.</extracomment>
+        <translation>The fax service did not accept your user name or password. Please check your account in the preferences.</translation>
+    </message>
+    <message id="0X193">
+        <source>0X193</source>
+        <extracomment>Title of the help for status code 403; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Access denied (403)</translation>
+    </message>
+    <message id="0X193_detail">
+        <source>0X193_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 403.</extracomment>
+        <translation>Your account may not use this service or fax line. Please check the chosen fax line and your contract with voxaria.</translation>
+    </message>
+    <message id="0X194">
+        <source>0X194</source>
+        <extracomment>Title of the help for status code 404; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Not found (404)</translation>
+    </message>
+    <message id="0X194_detail">
+        <source>0X194_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 404.</extracomment>
+        <translation>The number could not be found. Please check the recipient's fax number.</translation>
+    </message>
+    <message id="0X198">
+        <source>0X198</source>
+        <extracomment>Title of the help for status code 408; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>No answer (408)</translation>
+    </message>
+    <message id="0X198_detail">
+        <source>0X198_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 408.</extracomment>
+        <translation>The recipient's fax machine did not answer in time. Please try again later.</translation>
+    </message>
+    <message id="0X1E0">
+        <source>0X1E0</source>
+        <extracomment>Title of the help for status code 480; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Temporarily unavailable (480)</translation>
+    </message>
+    <message id="0X1E0_detail">
+        <source>0X1E0_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 480.</extracomment>
+        <translation>The recipient cannot be reached at the moment. Please try again later.</translation>
+    </message>
+    <message id="0X1E6">
+        <source>0X1E6</source>
+        <extracomment>Title of the help for status code 486; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Busy (486)</translation>
+    </message>
+    <message id="0X1E6_detail">
+        <source>0X1E6_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 486.</extracomment>
+        <translation>The recipient's line is busy. Please try again in a few minutes.</translation>
+    </message>
+    <message id="0X1E7">
+        <source>0X1E7</source>
+        <extracomment>Title of the help for status code 487; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Cancelled (487)</translation>
+    </message>
+    <message id="0X1E7_detail">
+        <source>0X1E7_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 487.</extracomment>
+        <translation>The transmission was cancelled before the recipient answered.</translation>
+    </message>
+    <message id="0X1E8">
+        <source>0X1E8</source>
+        <extracomment>Title of the help for status code 488; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Not a fax machine (488)</translation>
+    </message>
+    <message id="0X1E8_detail">
+        <source>0X1E8_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 488.</extracomment>
+        <translation>The recipient's device did not accept the fax transmission. Please check that the number belongs to a fax machine.</translation>
+    </message>
+    <message id="0X1F4">
+        <source>0X1F4</source>
+        <extracomment>Title of the help for status code 500; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Fax service error (500)</translation>
+    </message>
+    <message id="0X1F4_detail">
+        <source>0X1F4_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 500.</extracomment>
+        <translation>The fax service ran into an internal problem and could not process the request. Please try again later. If the problem persists, please contact voxaria support.</translation>
+    </message>
+    <message id="0X1F7">
+        <source>0X1F7</source>
+        <extracomment>Title of the help for status code 503; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Service unavailable (503)</translation>
+    </message>
+    <message id="0X1F7_detail">
+        <source>0X1F7_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 503.</extracomment>
+        <translation>The fax service is temporarily unavailable, for example during maintenance. Please try again later.</translation>
+    </message>
+    <message id="0X25B">
+        <source>0X25B</source>
+        <extracomment>Title of the help for status code 603; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Declined (603)</translation>
+    </message>
+    <message id="0X25B_detail">
+        <source>0X25B_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code 603.</extracomment>
+        <translation>The recipient declined the call.</translation>
+    </message>
+    <message id="0XFFFFFFFF">
+        <source>0XFFFFFFFF</source>
+        <extracomment>Title of the help for status code -1; the key is the code in hexadecimal as "0x%x", upper-cased.</extracomment>
+        <translation>Unreadable answer</translation>
+    </message>
+    <message id="0XFFFFFFFF_detail">
+        <source>0XFFFFFFFF_detail</source>
+        <extracomment>Explanation shown below the title of the help for status code -1.</extracomment>
+        <translation>The fax service sent an answer that could not be read. Please try again later.</translation>
     </message>
 </context>
 </TS>
