@@ -284,7 +284,7 @@ QString freshMergeFile()
 
 } // namespace
 
-void FXPDFGenerator::combinePDFURLs(const QList<QUrl> &PDFURLs, const QUrl &writeToURL,
+void FXPDFGenerator::combinePDFURLs(const QList<QUrl> &pdfURLs, const QUrl &writeToURL,
                                     bool forReport)
 {
     const QString merge = freshMergeFile();
@@ -292,7 +292,7 @@ void FXPDFGenerator::combinePDFURLs(const QList<QUrl> &PDFURLs, const QUrl &writ
         return;
     {
         Assembly assembly;
-        for (const QUrl &url : PDFURLs) {
+        for (const QUrl &url : pdfURLs) {
             if (Source *source = assembly.open(url)) {
                 for (size_t i = 0; i < source->pages.size(); ++i)
                     assembly.append(source, i);

@@ -21,7 +21,7 @@ public:
     // scaled to fit (never enlarged) and centred on a 595.2 x 841.8 page.
     // The destination is replaced only when no report folder is stored in the settings or the
     // stored one is a usable folder; otherwise the result stays in the merge file.
-    static void combinePDFURLs(const QList<QUrl> &PDFURLs, const QUrl &writeToURL, bool forReport);
+    static void combinePDFURLs(const QList<QUrl> &pdfURLs, const QUrl &writeToURL, bool forReport);
 
     // Destination = page 1 of the cover sheet, then the document's pages from page 2 when it
     // already starts with a cover sheet (which is replaced), else from page 1.
