@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QUrl>
+
+// Puts the document that is faxed together from other PDFs. Pages are copied as they stand
+// (text stays text, vector art stays sharp, each page keeps its media box) into the shared
+// merge file "_merge.pdf", which then replaces the destination. Output is deterministic: the
+// same sources give the same bytes, document ID included.
+//
+// Nothing is reported to the caller; failures are logged. A source that cannot be read
+// (missing, damaged beyond repair, locked by a password) contributes no pages; a damaged file
+// that can be repaired contributes its pages and its repairs are logged.
+//
+// The merge file is a single scratch file: callers run one operation at a time.
+class FXPDFGenerator
+{
+public:
+    // Destination = every page of every source, in list order. forReport: each page is instead
+    // scaled to fit (never enlarged) and centred on a 595.2 x 841.8 page.
+    // The destination is replaced only when no report folder is stored in the settings or the
+    // stored one is a usable folder; otherwise the result stays in the merge file.
+    static void combinePDFURLs(const QList<QUrl> &pdfURLs, const QUrl &writeToURL, bool forReport);
+
+    // Destination = page 1 of the cover sheet, then the document's pages from page 2 when it
+    // already starts with a cover sheet (which is replaced), else from page 1.
+    static void combineCoverSheet(const QUrl &coverSheet, const QUrl &withPDFURL,
+                                  const QUrl &writeToURL, bool hasExistingCoverSheet);
+
+    // Destination = the source without page `page` (counted from 1); a number outside the
+    // document removes nothing. A source of fewer than two pages writes nothing, and the
+    // destination is removed all the same: callers never ask to delete the last page. A source
+    // that cannot be read leaves everything as it is.
+    static void removePage(uint page, const QUrl &fromPDFURL, const QUrl &writeToURL);
+
+    // The document with the dragged pages (indices from 0) moved to toIndex by the same rule
+    // the thumbnail grid follows (FXPageMove). Empty when the document cannot be read.
+    static QByteArray movePagesAtIndexes(const QList<qsizetype> &indexes, qsizetype toIndex,
+                                         const QUrl &inPDFDocument);
+};
