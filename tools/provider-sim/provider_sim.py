@@ -58,8 +58,8 @@ METHODS = ("zentari.SessionInitiate", "zentari.SessionStatusGet", "zentari.OwnUr
 
 
 class Account:
-    def __init__(self, spec):
-        user, _, password = spec.partition(":")
+    def __init__(self, text):
+        user, _, password = text.partition(":")
         if not user:
             raise ValueError("an account is USER:PASSWORD")
         self.user = user
