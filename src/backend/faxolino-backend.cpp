@@ -3,14 +3,12 @@
 //
 //   <spool root>/<uid>/job-<job id>.pdf      (spool root: /var/spool/faxolino)
 //
-// CUPS runs it as root because its mode is 0700. Root is needed for three things only: reading
-// the job's control file (to learn where the job came from), opening the job's data file and
-// creating the user's spool folder. Everything else, above all writing the document, happens
-// as the user. Nothing from the job's title or options ever reaches a path.
+// CUPS runs it as root because its mode is 0700. Root is needed for two things only: opening the
+// job's data file and creating the user's spool folder. Everything else, above all writing the
+// document, happens as the user. Nothing from the job's title or options ever reaches a path.
 
 #include <cups/backend.h>
-#include <cups/file.h>
-#include <cups/ipp.h>
+#include <cups/cups.h>
 
 #include <cerrno>
 #include <csignal>
@@ -108,45 +106,23 @@ bool isLoopbackHost(const char *host)
            || std::strcmp(host, "[v1.::1]") == 0;
 }
 
-// The scheduler records the host and user of every job in its control file, which only root
-// can read. A job whose origin cannot be established is not delivered.
-bool jobIsLocal(long jobId, const char *user)
+// The scheduler passes the job's attributes in the options, among them the host the job came
+// from. Only a client on this computer may set that one itself; for any other the scheduler
+// writes the client's address. Values arrive escaped, so a value cannot pose as an option, and
+// a job that names its host twice is refused rather than trusted for either.
+bool jobIsLocal(const char *options)
 {
-    const char *requestRoot = std::getenv("CUPS_REQUESTROOT");
-    if (!requestRoot || requestRoot[0] != '/') {
-        report("ERROR", "The job's origin is unknown (no CUPS_REQUESTROOT)");
-        return false;
-    }
-    char path[4096];
-    std::snprintf(path, sizeof path, "%s/c%05ld", requestRoot, jobId);
-    cups_file_t *file = cupsFileOpen(path, "r");
-    if (!file) {
-        report("ERROR", "The job's control file cannot be read", std::strerror(errno));
-        return false;
-    }
-    ipp_t *attributes = ippNew();
-    const ipp_state_t state =
-        ippReadIO(file, reinterpret_cast<ipp_iocb_t>(cupsFileRead), 1, nullptr, attributes);
-    cupsFileClose(file);
-
-    bool local = false;
-    if (state != IPP_STATE_DATA) {
-        report("ERROR", "The job's control file is damaged");
-    } else {
-        ipp_attribute_t *host =
-            ippFindAttribute(attributes, "job-originating-host-name", IPP_TAG_ZERO);
-        ipp_attribute_t *owner =
-            ippFindAttribute(attributes, "job-originating-user-name", IPP_TAG_ZERO);
-        const char *hostName = host ? ippGetString(host, 0, nullptr) : nullptr;
-        const char *ownerName = owner ? ippGetString(owner, 0, nullptr) : nullptr;
-        if (!hostName || !isLoopbackHost(hostName))
-            report("ERROR", "Faxolino accepts jobs from this computer only");
-        else if (!ownerName || std::strcmp(ownerName, user) != 0)
-            report("ERROR", "The job's owner does not match its user");
-        else
-            local = true;
-    }
-    ippDelete(attributes);
+    static const char key[] = "job-originating-host-name";
+    int mentions = 0;
+    for (const char *p = std::strstr(options, key); p; p = std::strstr(p + 1, key))
+        ++mentions;
+    cups_option_t *parsed = nullptr;
+    const int count = cupsParseOptions(options, 0, &parsed);
+    const char *host = cupsGetOption(key, count, parsed);
+    const bool local = mentions == 1 && host && isLoopbackHost(host);
+    cupsFreeOptions(count, parsed);
+    if (!local)
+        report("ERROR", "Faxolino accepts jobs from this computer only");
     return local;
 }
 
@@ -159,9 +135,14 @@ int openUserSpoolFolder(const char *spoolRoot, uid_t uid, gid_t gid, bool asRoot
         report("ERROR", "The spool folder must be an absolute path");
         return -1;
     }
-    if (asRoot && ::mkdir(spoolRoot, 0711) != 0 && errno != EEXIST) {
-        report("ERROR", "Cannot create the spool folder", std::strerror(errno));
-        return -1;
+    bool createdRoot = false;
+    if (asRoot) {
+        if (::mkdir(spoolRoot, 0700) == 0)
+            createdRoot = true;
+        else if (errno != EEXIST) {
+            report("ERROR", "Cannot create the spool folder", std::strerror(errno));
+            return -1;
+        }
     }
     FileDescriptor root(::open(spoolRoot, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat info;
@@ -171,6 +152,11 @@ int openUserSpoolFolder(const char *spoolRoot, uid_t uid, gid_t gid, bool asRoot
     }
     if (info.st_uid != 0 || (info.st_mode & (S_IWGRP | S_IWOTH))) {
         report("ERROR", "The spool folder must belong to root and be writable by root only");
+        return -1;
+    }
+    // Users pass through to their own folder but cannot list the others.
+    if (createdRoot && ::fchmod(root.get(), 0711) != 0) {
+        report("ERROR", "Cannot open up the spool folder", std::strerror(errno));
         return -1;
     }
 
@@ -392,7 +378,7 @@ int main(int argc, char *argv[])
         report("ERROR", "The faxolino backend must be installed with mode 0700 to run as root");
         return CUPS_BACKEND_STOP;
     }
-    if (!jobIsLocal(jobId, argv[2]))
+    if (!jobIsLocal(argv[5]))
         return CUPS_BACKEND_CANCEL;
 
     FileDescriptor input(argc == 7 ? ::open(argv[6], O_RDONLY | O_NOFOLLOW | O_CLOEXEC) : ::dup(0));
