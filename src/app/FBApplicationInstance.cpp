@@ -144,8 +144,10 @@ bool FBApplicationInstance::forward(const Request &request, QString *error)
     const QDBusMessage reply = bus.call(call, QDBus::Block, forwardTimeoutMs);
     if (reply.type() == QDBusMessage::ReplyMessage)
         return true;
-    const QDBusError::ErrorType type = QDBusError(reply).type();
-    if (type != QDBusError::ServiceUnknown)
+    // Without automatic start the bus answers NameHasNoOwner for a name nobody holds.
+    const QString name = reply.errorName();
+    if (name != QLatin1String("org.freedesktop.DBus.Error.ServiceUnknown")
+        && name != QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner"))
         *error = reply.errorMessage();
     return false;
 }
