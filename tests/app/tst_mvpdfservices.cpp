@@ -5,7 +5,6 @@
 #include "TestEnvironment.h"
 #include "app/FBSpoolWatcher.h"
 #include "app/MVPDFServices.h"
-#include "service/FBLocalization.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -18,6 +17,7 @@
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTranslator>
 
 #include <cups/cups.h>
 
@@ -212,6 +212,7 @@ class TestMVPDFServices : public QObject
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<PrivateCupsd> m_cupsd;
+    QTranslator m_catalog;
 
     bool startCupsd(const QString &adminPolicy = {})
     {
@@ -244,8 +245,8 @@ private Q_SLOTS:
         if (QStandardPaths::findExecutable(QStringLiteral("cupsd"), {QStringLiteral("/usr/sbin")})
                 .isEmpty())
             QSKIP("cupsd is not installed");
-        QVERIFY(FBLocalization::installCatalog(QStringLiteral(":/app/translations/app"),
-                                               QLocale(QLocale::English)));
+        QVERIFY(m_catalog.load(QStringLiteral(":/app/translations/app_en.qm")));
+        QCoreApplication::installTranslator(&m_catalog);
     }
 
     void cleanup()
