@@ -154,15 +154,12 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<int>("exitCode");
         QTest::newRow("missing file") << QStringList{QStringLiteral("/nonexistent.pdf")} << 1;
-        QTest::newRow("folder") << QStringList{QStringLiteral("spool")} << 1;
         QTest::newRow("two files")
             << QStringList{QStringLiteral("a.pdf"), QStringLiteral("b.pdf")} << 2;
-        QTest::newRow("dial without number") << QStringList{QStringLiteral("--dial")} << 2;
         QTest::newRow("dial with a file")
             << QStringList{QStringLiteral("--dial"), QStringLiteral("1"),
                            QStringLiteral("order 4711.pdf")}
             << 2;
-        QTest::newRow("number without file") << QStringList{QStringLiteral("--number=1")} << 2;
         QTest::newRow("unknown option")
             << QStringList{QStringLiteral("order 4711.pdf"), QStringLiteral("--fast")} << 2;
     }

@@ -59,14 +59,6 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(folder()));
     }
 
-    void spoolLocation()
-    {
-        qputenv("FAXOLINO_SPOOL_ROOT", "/srv/fax");
-        QCOMPARE(FBSpoolWatcher::userSpoolFolder(1000), QStringLiteral("/srv/fax/1000"));
-        qunsetenv("FAXOLINO_SPOOL_ROOT");
-        QCOMPARE(FBSpoolWatcher::spoolRoot(), QStringLiteral("/var/spool/faxolino"));
-    }
-
     // Oldest first by time, whatever the names; only finished documents of the user.
     void takesOverWaitingDocumentsOldestFirst()
     {
@@ -99,28 +91,6 @@ private Q_SLOTS:
         QVERIFY(QFile::exists(m_dir->filePath(QStringLiteral("elsewhere.pdf"))));
     }
 
-    void takesOverArrivalsWhileRunning()
-    {
-        RecordingDocumentTarget target;
-        QDir(folder()).removeRecursively();
-        FBSpoolWatcher watcher(folder(), ::getuid());
-        watcher.setPollInterval(20);
-        watcher.setTarget(&target);
-        watcher.start();
-        QVERIFY(!watcher.isWatching());
-
-        // The backend creates the folder with the first job.
-        QVERIFY(QDir().mkpath(folder()));
-        QVERIFY(writeDocument(QStringLiteral("job-0000000001.pdf"), "%PDF one"));
-        QTRY_COMPARE(target.calls.size(), 1);
-        QVERIFY(watcher.isWatching());
-
-        QVERIFY(writeDocument(QStringLiteral("job-0000000002.pdf"), "%PDF two"));
-        QTRY_COMPARE(target.calls.size(), 2);
-        QCOMPARE(target.calls[1].bytes, QByteArray("%PDF two"));
-        QTRY_COMPARE(QDir(folder()).entryList(QDir::Files), QStringList());
-    }
-
     // A document arriving while the controller is busy with the previous one is taken over
     // after it, and neither twice.
     void busyControllerGetsEachDocumentOnce()
@@ -140,15 +110,6 @@ private Q_SLOTS:
         QCOMPARE(target.calls[0].bytes, QByteArray("%PDF one"));
         QCOMPARE(target.calls[1].bytes, QByteArray("%PDF two"));
         QCOMPARE(watcher.pendingDocuments(), QStringList());
-    }
-
-    void withoutControllerDocumentsWait()
-    {
-        QVERIFY(writeDocument(QStringLiteral("job-0000000001.pdf"), "%PDF one"));
-        FBSpoolWatcher watcher(folder(), ::getuid());
-        watcher.start();
-        watcher.scan();
-        QCOMPARE(watcher.pendingDocuments().size(), 1);
     }
 
     void folderOfAnotherUserIsNotRead()
