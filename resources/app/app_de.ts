@@ -248,5 +248,15 @@
         <extracomment>Explanation shown below the title of the help for status code -1.</extracomment>
         <translation>Der Faxdienst hat eine Antwort geschickt, die nicht gelesen werden konnte. Bitte versuchen Sie es später erneut.</translation>
     </message>
+    <message id="pdfservice_admin_required">
+        <source>pdfservice_admin_required</source>
+        <translation>Drucker einzurichten erfordert Administratorrechte. Bitten Sie eine Administratorin oder einen Administrator dieses Computers, folgenden Befehl auszuführen:
+
+%1</translation>
+    </message>
+    <message id="pdfservice_failed">
+        <source>pdfservice_failed</source>
+        <translation>Das Drucksystem hat die Änderung abgelehnt: %1</translation>
+    </message>
 </context>
 </TS>

@@ -248,5 +248,15 @@
         <extracomment>Explanation shown below the title of the help for status code -1.</extracomment>
         <translation>The fax service sent an answer that could not be read. Please try again later.</translation>
     </message>
+    <message id="pdfservice_admin_required">
+        <source>pdfservice_admin_required</source>
+        <translation>Changing printers needs administrator rights. Ask an administrator of this computer to run:
+
+%1</translation>
+    </message>
+    <message id="pdfservice_failed">
+        <source>pdfservice_failed</source>
+        <translation>The printing system refused the change: %1</translation>
+    </message>
 </context>
 </TS>

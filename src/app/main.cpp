@@ -1,3 +1,4 @@
+#include "app/FBApplicationInstance.h"
 #include "service/FBLocalization.h"
 #include "service/FXLogging.h"
 
@@ -10,6 +11,8 @@ namespace {
 
 const char usage[] = "Usage: faxolino [--help] [--version]\n"
                      "       faxolino COMMAND [ARGUMENTS]\n"
+                     "       faxolino FILE.pdf [--number NUMBER]\n"
+                     "       faxolino --dial NUMBER\n"
                      "\n"
                      "Sends PDF documents as faxes through a voxaria account.\n"
                      "\n"
@@ -48,6 +51,12 @@ int main(int argc, char *argv[])
                 return command.run(argc - 1, argv + 1);
             }
         }
+    }
+
+    // Documents and numbers for the one running instance of this user.
+    if (FBApplicationInstance::isInstanceRequest(argc, argv)) {
+        setApplicationIdentity();
+        return FBApplicationInstance::run(argc, argv);
     }
 
     QCoreApplication app(argc, argv);

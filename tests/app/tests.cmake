@@ -3,3 +3,17 @@
 faxolino_add_test(tst_stringcatalogs_app
   SOURCES ${CMAKE_CURRENT_LIST_DIR}/../service/tst_stringcatalogs.cpp
   LIBRARIES faxolino_gui)
+
+# The printing tests run the built backend (directly, and through a private cupsd) and the
+# faxolino program itself.
+foreach(test tst_faxolinobackend tst_mvpdfservices)
+  add_dependencies(${test} faxolino_backend)
+  target_compile_definitions(${test} PRIVATE
+    FAXOLINO_BACKEND_BINARY="$<TARGET_FILE:faxolino_backend>")
+endforeach()
+target_compile_definitions(tst_faxolinobackend PRIVATE
+  FAXOLINO_CMAKE_COMMAND="${CMAKE_COMMAND}"
+  FAXOLINO_BUILD_DIR="${CMAKE_BINARY_DIR}"
+  FAXOLINO_INSTALL_PREFIX="${CMAKE_INSTALL_PREFIX}"
+  FAXOLINO_INSTALLED_BACKEND="${FAXOLINO_CUPS_BACKEND_DIR}/faxolino")
+add_dependencies(tst_fbapplicationinstance faxolino)

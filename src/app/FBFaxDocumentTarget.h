@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+
+// What the application controller offers to documents and numbers that arrive from outside:
+// the print queue's spool, the scripting service and the desktop's "open file" requests.
+// Every operation is optional and does nothing by default.
+class FBFaxDocumentTarget
+{
+public:
+    virtual ~FBFaxDocumentTarget() = default;
+
+    // A document to fax, with the number to pre-set ("" for none). The file is read before this
+    // returns; callers such as the spool remove it afterwards.
+    virtual void newFaxForFile(const QString &path, const QString &toNumber)
+    {
+        Q_UNUSED(path)
+        Q_UNUSED(toNumber)
+    }
+
+    // A new, empty fax to a number; "" does nothing.
+    virtual void newFaxToNumber(const QString &number) { Q_UNUSED(number) }
+
+    // The desktop's "open file" request; always answers true.
+    virtual bool openFile(const QString &path)
+    {
+        Q_UNUSED(path)
+        return true;
+    }
+};

@@ -1,0 +1,108 @@
+#include "FBFaxService.h"
+
+#include "FBFaxCommand.h"
+#include "FBFaxDocumentTarget.h"
+#include "service/FXLogging.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusError>
+#include <QDBusMessage>
+#include <QDir>
+#include <QFileInfo>
+
+namespace {
+
+const QString invalidArgumentError = QStringLiteral("org.voxaria.Faxolino.Error.InvalidArgument");
+
+bool isFileCommand(const QString &code)
+{
+    return code == QLatin1String(kFaxDocumentCommandCode)
+           || code == QLatin1String(kFaxDocumentToNumberCommandCode);
+}
+
+} // namespace
+
+FBFaxService::FBFaxService(FBFaxDocumentTarget *target, QObject *parent)
+    : QObject(parent)
+    , m_target(target)
+{}
+
+bool FBFaxService::registerOn(const QDBusConnection &connection, QString *error)
+{
+    auto fail = [error](const QString &text) {
+        if (error)
+            *error = text;
+        return false;
+    };
+    if (!connection.isConnected())
+        return fail(QStringLiteral("no session bus: %1").arg(connection.lastError().message()));
+    QDBusConnection bus(connection);
+    if (!bus.registerObject(QLatin1String(kFaxServicePath), this,
+                            QDBusConnection::ExportAllSlots)) {
+        return fail(QStringLiteral("the object path %1 is taken").arg(kFaxServicePath));
+    }
+    const QDBusReply<QDBusConnectionInterface::RegisterServiceReply> reply =
+        bus.interface()->registerService(QLatin1String(kFaxServiceName),
+                                         QDBusConnectionInterface::DontQueueService,
+                                         QDBusConnectionInterface::DontAllowReplacement);
+    if (!reply.isValid() || reply.value() != QDBusConnectionInterface::ServiceRegistered) {
+        bus.unregisterObject(QLatin1String(kFaxServicePath));
+        return fail(reply.isValid()
+                        ? QStringLiteral("%1 is owned by another process").arg(kFaxServiceName)
+                        : reply.error().message());
+    }
+    return true;
+}
+
+void FBFaxService::OpenFile(const QString &path)
+{
+    if (acceptPath(path) && m_target)
+        m_target->openFile(path);
+}
+
+void FBFaxService::FaxFile(const QString &path, const QString &number)
+{
+    const QVariantMap arguments{{QLatin1String(kNumberArgumentKey), number}};
+    perform(QLatin1String(kFaxDocumentToNumberCommandCode), QStringLiteral("FaxFile"), path,
+            arguments);
+}
+
+void FBFaxService::Dial(const QString &number)
+{
+    perform(QLatin1String(kDialCommandCode), QStringLiteral("Dial"), number, {});
+}
+
+void FBFaxService::Command(const QString &commandCode, const QString &directParameter,
+                           const QVariantMap &arguments)
+{
+    perform(commandCode, QStringLiteral("Command"), directParameter, arguments);
+}
+
+void FBFaxService::perform(const QString &code, const QString &name, const QString &directParameter,
+                           const QVariantMap &arguments)
+{
+    if (isFileCommand(code) && !acceptPath(directParameter))
+        return;
+    FBFaxCommand command(code, name, directParameter, arguments);
+    command.setTarget(m_target);
+    command.performDefaultImplementation();
+}
+
+// A missing file is passed on: the controller tells the user it cannot be read.
+bool FBFaxService::acceptPath(const QString &path)
+{
+    QString problem;
+    const QFileInfo info(path);
+    if (path.isEmpty() || !QDir::isAbsolutePath(path))
+        problem = QStringLiteral("the path must be absolute");
+    else if (info.exists() && !info.isFile())
+        problem = QStringLiteral("not a regular file");
+    if (problem.isEmpty())
+        return true;
+
+    qCWarning(lcApp, "Refused document \"%s\": %s", qUtf8Printable(path), qUtf8Printable(problem));
+    if (calledFromDBus())
+        sendErrorReply(invalidArgumentError, QStringLiteral("%1: %2").arg(path, problem));
+    return false;
+}
