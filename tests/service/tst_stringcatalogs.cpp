@@ -31,7 +31,8 @@ const char *const kLanguages[] = {"en", "de"};
 // Formats whose callers fill placeholders although their keys do not show it.
 const QMap<QString, int> kFormatKeys = {{QStringLiteral("sendFax"), 1},
                                         {QStringLiteral("fax_to"), 1},
-                                        {QStringLiteral("pdfservice_admin_required"), 1}};
+                                        {QStringLiteral("pdfservice_admin_required"), 1},
+                                        {QStringLiteral("pdfservice_failed"), 1}};
 
 const QString kMissingLog = QStringLiteral("Missing localized text for key");
 
