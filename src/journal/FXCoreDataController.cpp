@@ -278,6 +278,10 @@ bool FXCoreDataController::openStore(QSqlDatabase &store, const FXManagedObjectM
     int tables = 0;
     if (!versionOf(&version) || !tableCount(&tables) || !usable(version, tables))
         return false;
+    if (version == model.version()
+        && !(hasAllColumns(store, Fax::entity(), problem)
+             && hasAllColumns(store, Connection::entity(), problem)))
+        return false;
 
     // Write-ahead logging keeps readers and the writer apart; synchronous FULL makes every
     // commit durable before it returns.
@@ -335,10 +339,7 @@ bool FXCoreDataController::openStore(QSqlDatabase &store, const FXManagedObjectM
         }
     }
 
-    if (!run(query, QStringLiteral("PRAGMA foreign_keys = ON"), problem))
-        return false;
-    return hasAllColumns(store, Fax::entity(), problem)
-           && hasAllColumns(store, Connection::entity(), problem);
+    return run(query, QStringLiteral("PRAGMA foreign_keys = ON"), problem);
 }
 
 void FXCoreDataController::noteProblem(const QString &problem)

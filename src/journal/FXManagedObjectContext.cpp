@@ -256,7 +256,11 @@ qsizetype FXManagedObjectContext::countForFaxes(const QString &searchText)
     for (const QVariant &value : std::as_const(bindings))
         query.addBindValue(value);
     QString why;
-    if (!execute(query, &why) || !query.next())
+    if (!execute(query, &why)) {
+        qCWarning(lcJournal).noquote() << "Journal query failed:" << why;
+        return 0;
+    }
+    if (!query.next())
         return 0;
     return query.value(0).toLongLong();
 }
@@ -420,8 +424,10 @@ QList<Record> FXManagedObjectContext::fetch(const QString &sql, const QVariantLi
     for (const QVariant &value : bindings)
         query.addBindValue(value);
     QString why;
-    if (!execute(query, &why))
+    if (!execute(query, &why)) {
+        qCWarning(lcJournal).noquote() << "Journal query failed:" << why;
         return {};
+    }
     QList<Record> records;
     while (query.next()) {
         DataPointer data = objectForRow(Record::entity(), query);
@@ -436,7 +442,6 @@ bool FXManagedObjectContext::execute(QSqlQuery &query, QString *error) const
     if (query.exec())
         return true;
     *error = query.lastError().text();
-    qCWarning(lcJournal).noquote() << "Journal statement failed:" << *error;
     return false;
 }
 
