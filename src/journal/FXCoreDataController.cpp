@@ -293,6 +293,9 @@ bool FXCoreDataController::openStore(QSqlDatabase &store, const FXManagedObjectM
         qCWarning(lcJournal) << "The journal store does not support write-ahead logging:" << mode;
     if (!run(query, QStringLiteral("PRAGMA synchronous = FULL"), problem))
         return false;
+    // Reading through a memory map spares a copy per page; a search reads the whole table.
+    if (!run(query, QStringLiteral("PRAGMA mmap_size = 268435456"), problem))
+        return false;
 
     if (version < model.version()) {
         // Foreign keys stay off while tables are rebuilt; foreign_key_check proves the result.

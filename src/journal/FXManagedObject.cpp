@@ -30,6 +30,9 @@ bool FXManagedObject::normalizedValue(const FXEntityDescription::Attribute &attr
     case QMetaType::QDateTime:
         if (!converted.toDateTime().isValid())
             return true;
+        // Kept in UTC: converting every fetched date to local time would cost more than the
+        // fetch; readers get local time (primitiveValue).
+        converted = converted.toDateTime().toUTC();
         break;
     default:
         break;
@@ -83,7 +86,10 @@ QVariant FXManagedObject::primitiveValue(int index) const
 {
     if (!d || index < 0 || index >= d->values.size())
         return QVariant();
-    return d->values.at(index);
+    const QVariant &value = d->values.at(index);
+    if (value.typeId() == QMetaType::QDateTime)
+        return value.toDateTime().toLocalTime();
+    return value;
 }
 
 void FXManagedObject::setPrimitiveValue(int index, const QVariant &value)

@@ -52,7 +52,7 @@ QVariant fromColumn(const FXEntityDescription::Attribute &attribute, const QVari
     if (attribute.type == QMetaType::QDateTime) {
         bool ok = false;
         const qint64 ms = column.toLongLong(&ok);
-        value = ok ? QVariant(QDateTime::fromMSecsSinceEpoch(ms)) : QVariant();
+        value = ok ? QVariant(QDateTime::fromMSecsSinceEpoch(ms, Qt::UTC)) : QVariant();
     }
     QVariant out;
     // A store edited by hand may hold text where a number belongs: such a value reads as
@@ -66,8 +66,11 @@ QVariant fromColumn(const FXEntityDescription::Attribute &attribute, const QVari
 // form the report list shows (local time) does.
 QString searchCondition(const QString &searchText, QVariantList *bindings)
 {
+    // Numbers rarely hold letters; lower() only when the text has some to fold.
     const QString text = searchText.toLower();
-    QString condition = QStringLiteral(" WHERE instr(lower(number), ?) > 0");
+    QString condition = text == searchText.toUpper()
+                            ? QStringLiteral(" WHERE instr(number, ?) > 0")
+                            : QStringLiteral(" WHERE instr(lower(number), ?) > 0");
     bindings->append(text);
     // Most texts cannot occur in a date at all; they are spared the date formatting of every
     // row.
@@ -236,7 +239,11 @@ QList<Fax> FXManagedObjectContext::fetchFaxes(const QString &searchText, qsizety
     QVariantList bindings;
     if (!searchText.isEmpty())
         sql += searchCondition(searchText, &bindings);
-    sql += QStringLiteral(" ORDER BY date DESC, id DESC LIMIT %1 OFFSET %2")
+    // Unfiltered, the date index yields the newest first at once. Filtered, walking that
+    // index visits the table in random order for few matches; a plain scan and a sort of the
+    // matches (the unary + keeps the index out) costs the same whatever the text.
+    sql += QStringLiteral(" ORDER BY %1date DESC, id DESC LIMIT %2 OFFSET %3")
+               .arg(searchText.isEmpty() ? QString() : QStringLiteral("+"))
                .arg(limit < 0 ? -1 : limit)
                .arg(qMax<qsizetype>(offset, 0));
     return fetch<Fax>(sql, bindings);
