@@ -67,6 +67,21 @@ FXCoreDataController *FXCoreDataController::sharedInstance()
     return instance;
 }
 
+namespace {
+
+// Runs when the application object goes away: the last changes are saved and the store is
+// closed cleanly, which folds the write-ahead log back into the store file.
+void closeJournal()
+{
+    FXCoreDataController *controller = FXCoreDataController::sharedInstance();
+    if (QThread::currentThread() != controller->thread())
+        return;
+    controller->setManagedObjectContext(nullptr);
+    controller->setPersistentStoreCoordinator(QSqlDatabase());
+}
+
+} // namespace
+
 FXCoreDataController::FXCoreDataController()
 {
     if (QCoreApplication *application = QCoreApplication::instance()) {
@@ -74,6 +89,7 @@ FXCoreDataController::FXCoreDataController()
             moveToThread(application->thread());
         connect(application, &QCoreApplication::aboutToQuit, this,
                 &FXCoreDataController::saveMainContext);
+        qAddPostRoutine(closeJournal);
     }
     // Built now when possible, so that a send never waits for the store to open; a first call
     // from another thread leaves it to the first use on the main thread.
@@ -163,13 +179,10 @@ FXManagedObjectContext *FXCoreDataController::managedObjectContext()
         return nullptr;
     }
     const QSqlDatabase coordinator = persistentStoreCoordinator();
-    if (!coordinator.isOpen()) {
-        // Nobody is told: the error only explains, in a debugger, why there is no context.
-        const FXError error{QLatin1String(kErrorDomain), 9999,
-                            QStringLiteral("Failed to initialize the store")};
-        Q_UNUSED(error)
+    // Without a store there is no context; callers insert into nothing and fetch nothing,
+    // and nobody is told.
+    if (!coordinator.isOpen())
         return nullptr;
-    }
     setManagedObjectContext(new FXManagedObjectContext(coordinator));
     return m_context;
 }

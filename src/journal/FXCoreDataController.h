@@ -11,7 +11,8 @@
 // opened through Qt Sql with write-ahead logging and synchronous FULL, so that a committed
 // change survives a crash or a power cut.
 //
-// The process has one instance (sharedInstance()), which lives until the process ends. It
+// The process has one instance (sharedInstance()), which lives until the process ends; when
+// the application object is destroyed, pending changes are saved and the store is closed. It
 // builds its stack lazily: model (the schema), coordinator (the open store, created or
 // migrated as needed) and context (the records). When the store cannot be opened (a file where
 // the folder belongs, a damaged or foreign file, a store of a newer program) there is simply

@@ -172,8 +172,8 @@ private Q_SLOTS:
             // Either after a random time, which may fall into the start, or right after a
             // random line, which falls into the next change.
             const bool byTime = random.bounded(2) == 0;
-            const int killAfterMs = int(random.bounded(60));
-            const int killAfterLines = 1 + int(random.bounded(80));
+            const int killAfterMs = int(random.bounded(50));
+            const int killAfterLines = 1 + int(random.bounded(30));
             QByteArray output;
             bool killed = false;
             auto kill = [&] {
