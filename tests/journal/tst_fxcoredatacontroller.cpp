@@ -6,9 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QSignalSpy>
-#include <QSqlError>
 #include <QSqlQuery>
-#include <QSqlRecord>
 #include <QTest>
 
 #include <ctime>
@@ -37,49 +35,30 @@ void reopen()
     controller()->setPersistentStoreCoordinator(QSqlDatabase());
 }
 
-QString supportFolder()
-{
-    return FBApplicationHelper::applicationSupportFolder();
-}
-
-QString storePath()
-{
-    return QDir(supportFolder()).filePath(QStringLiteral("Faxon.sqlite"));
-}
+const QString supportFolder = FBApplicationHelper::applicationSupportFolder();
+const QString storePath = supportFolder + QStringLiteral("/Faxon.sqlite");
 
 void removeSupportFolder()
 {
     reopen();
-    QDir(supportFolder()).removeRecursively();
-    QFile::remove(supportFolder());
+    QDir(supportFolder).removeRecursively();
+    QFile::remove(supportFolder);
 }
 
-// Rows of a statement, read through a connection of its own: what another program sees.
-QList<QVariantList> storeRows(const QString &sql, const QString &path = storePath())
-{
-    QList<QVariantList> rows;
-    {
-        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), "reader");
-        db.setDatabaseName(path);
-        if (db.open()) {
-            QSqlQuery query(db);
-            if (!query.exec(sql))
-                qWarning() << query.lastError().text();
-            while (query.next()) {
-                QVariantList row;
-                for (int i = 0; i < query.record().count(); ++i)
-                    row.append(query.value(i));
-                rows.append(row);
-            }
-        }
-    }
-    QSqlDatabase::removeDatabase("reader");
-    return rows;
-}
-
+// The first value of a statement, read through a connection of its own: what another
+// program sees.
 QVariant storeValue(const QString &sql)
 {
-    return storeRows(sql).value(0).value(0);
+    QVariant value;
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), "reader");
+        db.setDatabaseName(storePath);
+        QSqlQuery query(db);
+        if (db.open() && query.exec(sql) && query.next())
+            value = query.value(0);
+    }
+    QSqlDatabase::removeDatabase("reader");
+    return value;
 }
 
 QByteArray fileBytes(const QString &path)
@@ -92,13 +71,11 @@ QByteArray fileBytes(const QString &path)
 Fax faxWithReasons(const QStringList &reasons)
 {
     Fax fax = context()->insertNewFax();
-    fax.setNumber(QStringLiteral("+49301234567"));
     fax.setDate(QDateTime::currentDateTime());
     for (qsizetype i = 0; i < reasons.size(); ++i) {
         Connection connection = context()->insertNewConnectionForFax(fax);
         connection.setBeginDate(QDateTime::currentDateTime().addSecs(i));
-        if (reasons.at(i) != QLatin1String("-"))
-            connection.setReason(reasons.at(i));
+        connection.setReason(reasons.at(i) == QLatin1String("-") ? QString() : reasons.at(i));
     }
     return fax;
 }
@@ -106,6 +83,14 @@ Fax faxWithReasons(const QStringList &reasons)
 QDateTime at(int year, int month, int day, int hour, int minute)
 {
     return QDateTime(QDate(year, month, day), QTime(hour, minute));
+}
+
+void installStore(const QString &fixture)
+{
+    removeSupportFolder();
+    QDir().mkpath(supportFolder);
+    QVERIFY(QFile::copy(TestEnvironment::dataDir() + "/journal/" + fixture, storePath));
+    QFile(storePath).setPermissions(QFile::ReadOwner | QFile::WriteOwner);
 }
 
 } // namespace
@@ -164,15 +149,13 @@ private Q_SLOTS:
         removeSupportFolder();
         QDir(qEnvironmentVariable("XDG_DATA_HOME")).removeRecursively();
         QVERIFY(controller()->managedObjectContext());
-        QVERIFY(QFileInfo(supportFolder()).isDir());
-        QVERIFY(QFileInfo::exists(storePath()));
-        const QSqlDatabase store = controller()->persistentStoreCoordinator();
-        QSqlQuery query(store);
+        QVERIFY(QFileInfo(supportFolder).isDir() && QFileInfo::exists(storePath));
+        QSqlQuery query(controller()->persistentStoreCoordinator());
         const QList<QPair<QString, QVariant>> pragmas{
-            {QStringLiteral("journal_mode"), QStringLiteral("wal")},
-            {QStringLiteral("synchronous"), 2}, // FULL
-            {QStringLiteral("foreign_keys"), 1},
-            {QStringLiteral("user_version"), controller()->managedObjectModel().version()}};
+            {"journal_mode", "wal"},
+            {"synchronous", 2}, // FULL
+            {"foreign_keys", 1},
+            {"user_version", controller()->managedObjectModel().version()}};
         for (const auto &[pragma, expected] : pragmas) {
             QVERIFY(query.exec(QStringLiteral("PRAGMA ") + pragma) && query.next());
             QCOMPARE(query.value(0).toString(), expected.toString());
@@ -181,56 +164,44 @@ private Q_SLOTS:
 
     void unusableStoresAreLeftAlone_data()
     {
-        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QString>("script");
         QTest::addColumn<QString>("logged");
         QTest::newRow("file in place of the folder")
-            << "file"
+            << ""
             << "Expected a folder to store application data, found a file (%1).";
         QTest::newRow("damaged store") << "garbage"
                                        << "The journal cannot be opened:";
-        QTest::newRow("store of a newer program") << "newer"
-                                                  << "newer than this program's";
-        QTest::newRow("foreign database") << "foreign"
+        QTest::newRow("store of a newer program")
+            << "CREATE TABLE Fax (id INTEGER); PRAGMA user_version = 99"
+            << "newer than this program's";
+        QTest::newRow("foreign database") << "CREATE TABLE notes (text TEXT)"
                                           << "The file is not a fax journal.";
-        QTest::newRow("store lacking a column") << "lacking"
-                                                << "lacks the column algorithm";
+        QTest::newRow("store lacking a column")
+            << "CREATE TABLE Fax (id INTEGER); CREATE TABLE Connection (id INTEGER);"
+               "PRAGMA user_version = 2"
+            << "lacks the column algorithm";
     }
     void unusableStoresAreLeftAlone()
     {
-        QFETCH(QString, kind);
+        QFETCH(QString, script);
         QFETCH(QString, logged);
         removeSupportFolder();
-        QString obstacle = storePath();
-        if (kind == QLatin1String("file")) {
-            obstacle = supportFolder();
-            QDir().mkpath(QFileInfo(obstacle).path());
+        const QString obstacle = script.isEmpty() ? supportFolder : storePath;
+        QDir().mkpath(QFileInfo(obstacle).path());
+        if (script.isEmpty() || script == QLatin1String("garbage")) {
             QFile file(obstacle);
             QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write("not a folder");
+            file.write(QByteArray(8192, 'x'));
         } else {
-            QDir().mkpath(supportFolder());
-            if (kind == QLatin1String("garbage")) {
-                QFile file(obstacle);
-                QVERIFY(file.open(QIODevice::WriteOnly));
-                file.write(QByteArray(8192, 'x'));
-            }
-            const QHash<QString, QString> scripts{
-                {"newer", "CREATE TABLE Fax (id INTEGER); PRAGMA user_version = 99"},
-                {"foreign", "CREATE TABLE notes (text TEXT)"},
-                {"lacking", "CREATE TABLE Fax (id INTEGER PRIMARY KEY, number TEXT);"
-                            "CREATE TABLE Connection (id INTEGER PRIMARY KEY, fax INTEGER);"
-                            "PRAGMA user_version = 2"}};
-            for (const QString &statement : FXManagedObjectModel::splitStatements(scripts[kind]))
-                storeRows(statement);
+            for (const QString &statement : FXManagedObjectModel::splitStatements(script))
+                storeValue(statement);
         }
         const QByteArray before = fileBytes(obstacle);
 
         LogCapture log;
         QCOMPARE(controller()->managedObjectContext(), nullptr);
         QCOMPARE(controller()->managedObjectContext(), nullptr); // tried again, said once
-        if (logged.contains(QLatin1String("%1")))
-            logged = logged.arg(supportFolder());
-        QCOMPARE(log.count(logged), 1);
+        QCOMPARE(log.count(logged.contains("%1") ? logged.arg(supportFolder) : logged), 1);
         QCOMPARE(fileBytes(obstacle), before);
 
         QVERIFY(QFile::remove(obstacle));
@@ -247,8 +218,6 @@ private Q_SLOTS:
         QCOMPARE(log.count("FXCoreDataController:persistentStoreCoordinator No model to generate "
                            "a store from"),
                  2);
-        controller()->setManagedObjectModel(FXManagedObjectModel::modelFromBundle());
-        QVERIFY(controller()->managedObjectContext());
     }
 
     void everyAttributeSurvivesReopening_data()
@@ -257,48 +226,47 @@ private Q_SLOTS:
         QTest::addColumn<QString>("key");
         QTest::addColumn<QVariant>("value");
         const QDateTime moment = QDateTime::fromMSecsSinceEpoch(1741183512345);
-        QTest::newRow("algorithm") << false << "algorithm" << QVariant(qint64(1));
-        QTest::newRow("coverSheet") << false << "coverSheet" << QVariant(true);
-        QTest::newRow("date") << false << "date" << QVariant(moment);
-        QTest::newRow("file") << false << "file"
-                              << QVariant("2024-03-01_14-05-09-+49301234567.pdf");
-        QTest::newRow("fileURL") << false << "fileURL"
-                                 << QVariant(QByteArray("/home/anna/\0\xff Faxe", 17));
-        QTest::newRow("number") << false << "number" << QVariant("+49301234567");
-        QTest::newRow("contact") << false << "contact" << QVariant("1742");
-        QTest::newRow("line") << false << "line" << QVariant("4930999");
-        QTest::newRow("subject") << false << "subject" << QVariant("Angebot für Müller ✓");
-        QTest::newRow("fax pages") << false << "pages" << QVariant(12);
-        QTest::newRow("beginDate") << true << "beginDate" << QVariant(moment);
-        QTest::newRow("finishDate") << true << "finishDate" << QVariant(moment.addSecs(65));
-        QTest::newRow("connection pages") << true << "pages" << QVariant(5);
-        QTest::newRow("reason") << true << "reason" << QVariant("486");
-        QTest::newRow("size") << true << "size" << QVariant(qint64(123456789012));
-        QTest::newRow("pageRange") << true << "pageRange" << QVariant("1-5");
-        QTest::newRow("sessionID") << true << "sessionID" << QVariant("a1b2-c3");
+        const QList<std::tuple<bool, const char *, QVariant>> rows{
+            {false, "algorithm", qint64(1)},
+            {false, "coverSheet", true},
+            {false, "date", moment},
+            {false, "file", "2024-03-01_14-05-09-+49301234567.pdf"},
+            {false, "fileURL", QByteArray("/home/anna/\0\xff Faxe", 17)},
+            {false, "number", "+49301234567"},
+            {false, "contact", "1742"},
+            {false, "line", "4930999"},
+            {false, "subject", "Angebot für Müller ✓"},
+            {false, "pages", 12},
+            {true, "beginDate", moment},
+            {true, "finishDate", moment.addSecs(65)},
+            {true, "pages", 5},
+            {true, "reason", "486"},
+            {true, "size", qint64(123456789012)},
+            {true, "pageRange", "1-5"},
+            {true, "sessionID", "a1b2-c3"}};
+        for (const auto &[onConnection, key, value] : rows)
+            QTest::addRow("%s %s", onConnection ? "Connection" : "Fax", key)
+                << onConnection << QString::fromLatin1(key) << value;
     }
     void everyAttributeSurvivesReopening()
     {
         QFETCH(bool, onConnection);
         QFETCH(QString, key);
         QFETCH(QVariant, value);
-        QVERIFY(controller()->managedObjectContext());
         Fax fax = context()->insertNewFax();
         Connection connection = context()->insertNewConnectionForFax(fax);
-        FXManagedObject &record = onConnection ? static_cast<FXManagedObject &>(connection) : fax;
-        record.setValue(value, key);
+        (onConnection ? static_cast<FXManagedObject &>(connection) : fax).setValue(value, key);
         controller()->saveMainContext();
-        const qint64 faxID = fax.objectID();
-        QVERIFY(faxID > 0);
+        QVERIFY(fax.objectID() > 0);
 
         reopen();
-        const Fax stored = context()->faxWithObjectID(faxID);
+        const Fax stored = context()->faxWithObjectID(fax.objectID());
         const QList<Connection> connections = stored.connections();
         QCOMPARE(connections.size(), 1);
+        QCOMPARE(connections.first().fax(), stored);
         const FXManagedObject read =
             onConnection ? FXManagedObject(connections.first()) : FXManagedObject(stored);
         QCOMPARE(read.valueForKey(key), value);
-        QCOMPARE(connections.first().fax(), stored);
     }
 
     void writesByAttributeName_data()
@@ -306,35 +274,27 @@ private Q_SLOTS:
         QTest::addColumn<QString>("key");
         QTest::addColumn<QVariant>("written");
         QTest::addColumn<QVariant>("expected");
-        QTest::addColumn<bool>("changed");
-        QTest::newRow("number text into a number")
-            << "pages" << QVariant("7") << QVariant(7) << true;
-        QTest::newRow("words into a number")
-            << "pages" << QVariant("seven") << QVariant(3) << false;
-        QTest::newRow("same value again") << "pages" << QVariant(3) << QVariant(3) << false;
-        QTest::newRow("invalid clears") << "pageRange" << QVariant() << QVariant() << true;
-        QTest::newRow("empty reason reopens") << "reason" << QVariant("") << QVariant() << true;
-        QTest::newRow("unknown name") << "colour" << QVariant("red") << QVariant() << false;
+        QTest::newRow("number text into a number") << "pages" << QVariant("7") << QVariant(7);
+        QTest::newRow("words into a number") << "pages" << QVariant("seven") << QVariant(3);
+        QTest::newRow("invalid clears") << "pageRange" << QVariant() << QVariant();
+        QTest::newRow("empty reason reopens") << "reason" << QVariant("") << QVariant();
+        QTest::newRow("unknown name") << "colour" << QVariant("red") << QVariant();
     }
     void writesByAttributeName()
     {
         QFETCH(QString, key);
         QFETCH(QVariant, written);
         QFETCH(QVariant, expected);
-        QFETCH(bool, changed);
-        Fax fax = context()->insertNewFax();
-        Connection connection = context()->insertNewConnectionForFax(fax);
+        Connection connection = faxWithReasons({"0"}).connections().first();
         connection.setPages(3);
-        connection.setPageRange(QStringLiteral("1-3"));
-        connection.setReason(QStringLiteral("0"));
+        connection.setPageRange(Connection::pageRangeForPages(3));
         controller()->saveMainContext();
-
         connection.setValue(written, key);
-        QCOMPARE(connection.hasChanges(), changed);
         controller()->saveMainContext();
+        const qint64 faxID = connection.fax().objectID();
         reopen();
-        const Connection stored = context()->faxWithObjectID(fax.objectID()).connections().value(0);
-        QCOMPARE(stored.valueForKey(key), expected);
+        QCOMPARE(context()->faxWithObjectID(faxID).connections().value(0).valueForKey(key),
+                 expected);
     }
 
     void failedStateAndColour_data()
@@ -346,7 +306,6 @@ private Q_SLOTS:
         QTest::newRow("sent twice") << QStringList{"0", "0"} << false;
         QTest::newRow("sent, then busy") << QStringList{"0", "486"} << true;
         QTest::newRow("busy, then sent") << QStringList{"486", "0"} << true;
-        QTest::newRow("sent, then open") << QStringList{"0", "-"} << true;
     }
     void failedStateAndColour()
     {
@@ -357,20 +316,10 @@ private Q_SLOTS:
         QCOMPARE(fax.sentStateColor(), failed ? QColor(Qt::red) : QColor(Qt::black));
     }
 
-    void pageRange_data()
+    void pageRanges()
     {
-        QTest::addColumn<int>("pages");
-        QTest::addColumn<QString>("range");
-        QTest::newRow("one page") << 1 << "1";
-        QTest::newRow("two pages") << 2 << "1-2";
-        QTest::newRow("five pages") << 5 << "1-5";
-        QTest::newRow("no pages") << 0 << "1";
-    }
-    void pageRange()
-    {
-        QFETCH(int, pages);
-        QFETCH(QString, range);
-        QCOMPARE(Connection::pageRangeForPages(pages), range);
+        QCOMPARE(Connection::pageRangeForPages(1), QStringLiteral("1"));
+        QCOMPARE(Connection::pageRangeForPages(5), QStringLiteral("1-5"));
     }
 
     void handlesOfOneRecordShareItsState()
@@ -400,7 +349,7 @@ private Q_SLOTS:
         const QString count = QStringLiteral("SELECT count(*) FROM Connection WHERE fax = %1");
         QCOMPARE(storeValue(count.arg(doomed.objectID())).toInt(), 0);
         QCOMPARE(storeValue(count.arg(kept.objectID())).toInt(), 2);
-        QVERIFY(!context()->fetchOpenConnections().contains(doomedConnections.last()));
+        QVERIFY(!context()->fetchOpenConnections(-1).contains(doomedConnections.last()));
         QVERIFY(context()->faxWithObjectID(doomed.objectID()).isNull());
     }
 
@@ -409,37 +358,34 @@ private Q_SLOTS:
         removeSupportFolder();
         const QDateTime base = at(2025, 3, 1, 8, 0);
         Fax fax = context()->insertNewFax();
-        // Inserted latest first, so that insertion order and the wanted order differ.
+        // Inserted latest first, so that insertion order and the wanted order differ; every
+        // seventh is closed, the others have a session identifier, an empty one or none.
         for (int i = 599; i >= 0; --i) {
             Connection connection = context()->insertNewConnectionForFax(fax);
             connection.setBeginDate(base.addSecs(i));
-            if (i % 7 == 0)
-                connection.setReason(QStringLiteral("0"));
-            else if (i % 3 != 0)
-                connection.setSessionID(i % 2 ? QStringLiteral("S-%1").arg(i) : QString(""));
+            connection.setReason(i % 7 == 0 ? QStringLiteral("0") : QString());
+            connection.setSessionID(i % 3 ? QStringLiteral("S-%1").arg(i) : QString(i % 2, 'x'));
         }
         const QList<Connection> open = context()->fetchOpenConnections();
         QCOMPARE(open.size(), 500);
-        int expectedSecond = 0;
+        int second = 0;
         for (const Connection &connection : open) {
-            while (expectedSecond % 7 == 0)
-                ++expectedSecond;
-            QCOMPARE(connection.beginDate(), base.addSecs(expectedSecond++));
+            second += second % 7 == 0 ? 1 : 0;
+            QCOMPARE(connection.beginDate(), base.addSecs(second++));
             QVERIFY(connection.isOpen());
         }
     }
 
     void connectionsBySessionID()
     {
-        const Fax fax = faxWithReasons({"-", "-", "-"});
-        QList<Connection> connections = fax.connections();
-        connections[0].setSessionID(QStringLiteral("S-7"));
-        connections[1].setSessionID(QStringLiteral("S-8"));
-        connections[2].setSessionID(QStringLiteral("S-7"));
+        QList<Connection> connections = faxWithReasons({"-", "-", "0"}).connections();
+        connections[0].setSessionID(QStringLiteral("T-7"));
+        connections[1].setSessionID(QStringLiteral("T-8"));
+        connections[2].setSessionID(QStringLiteral("T-7"));
         connections[2].setBeginDate(connections[0].beginDate().addSecs(-60));
-        QCOMPARE(context()->fetchConnectionsWithSessionID(QStringLiteral("S-7")),
+        QCOMPARE(context()->fetchConnectionsWithSessionID(QStringLiteral("T-7")),
                  (QList<Connection>{connections[2], connections[0]}));
-        QCOMPARE(context()->fetchConnectionsWithSessionID(QStringLiteral("S-9")).size(), 0);
+        QVERIFY(context()->fetchConnectionsWithSessionID(QStringLiteral("T-9")).isEmpty());
     }
 
     void faxSearch_data()
@@ -449,7 +395,8 @@ private Q_SLOTS:
         QTest::newRow("everything") << "" << QStringList{"+4940555", "+49301234567", "+33140"};
         QTest::newRow("number fragment") << "4930" << QStringList{"+49301234567"};
         QTest::newRow("country code") << "+49" << QStringList{"+4940555", "+49301234567"};
-        QTest::newRow("date and time, summer time") << "05.07.2024 14:05" << QStringList{"+33140"};
+        QTest::newRow("date and time in summer time")
+            << "05.07.2024 14:05" << QStringList{"+33140"};
         QTest::newRow("time") << "14:05" << QStringList{"+49301234567", "+33140"};
         QTest::newRow("month and year") << "03.2025" << QStringList{"+4940555", "+49301234567"};
         QTest::newRow("digits of number or date") << "40" << QStringList{"+4940555", "+33140"};
@@ -474,18 +421,16 @@ private Q_SLOTS:
             found.append(fax.number());
         QCOMPARE(found, numbers);
         QCOMPARE(context()->countForFaxes(text), numbers.size());
-        const QList<Fax> page = context()->fetchFaxes(text, 1, 1);
-        QCOMPARE(page.size(), qMin<qsizetype>(1, qMax<qsizetype>(0, numbers.size() - 1)));
+        const QList<Fax> second = context()->fetchFaxes(text, 1, 1);
+        QCOMPARE(second.isEmpty() ? QString() : second.first().number(), numbers.value(1));
     }
 
     // Changes made in one turn of the event loop reach the disk together, without a save.
     void changesReachTheDiskAtTheEndOfTheTurn()
     {
-        Fax fax = faxWithReasons({"-"});
-        controller()->saveMainContext();
+        Connection connection = faxWithReasons({"-"}).connections().first();
         QSignalSpy changes(context(), &FXManagedObjectContext::objectsDidChange);
         QSignalSpy saves(context(), &FXManagedObjectContext::didSave);
-        Connection connection = fax.connections().first();
         connection.setReason(QStringLiteral("0"));
         connection.setFinishDate(QDateTime::currentDateTime());
         const QString reason = QStringLiteral("SELECT reason FROM Connection WHERE id = %1")
@@ -516,25 +461,18 @@ private Q_SLOTS:
         controller()->saveMainContext();
         QVERIFY(!context()->hasChanges());
         QCOMPARE(
-            storeValue(QStringLiteral("SELECT subject FROM Fax WHERE id = %1").arg(fax.objectID()))
-                .toString(),
-            QStringLiteral("second try"));
+            storeValue(QStringLiteral("SELECT subject FROM Fax WHERE id = %1").arg(fax.objectID())),
+            QVariant("second try"));
         QCOMPARE(storeValue(QStringLiteral("SELECT reason FROM Connection WHERE fax = %1")
-                                .arg(added.objectID()))
-                     .toString(),
-                 QStringLiteral("0"));
+                                .arg(added.objectID())),
+                 QVariant("0"));
     }
 
     void olderStoreIsMigrated()
     {
-        removeSupportFolder();
-        QDir().mkpath(supportFolder());
-        QVERIFY(QFile::copy(TestEnvironment::dataDir() + "/journal/Faxon-v1.sqlite", storePath()));
-        QFile(storePath()).setPermissions(QFile::ReadOwner | QFile::WriteOwner);
-        QVERIFY(controller()->managedObjectContext());
-        QCOMPARE(storeValue("PRAGMA user_version").toInt(), 2);
-
+        installStore("Faxon-v1.sqlite");
         const QList<Fax> faxes = context()->fetchFaxes();
+        QCOMPARE(storeValue("PRAGMA user_version").toInt(), 2);
         QCOMPARE(faxes.size(), 3);
         const Fax sent = faxes.last();
         QCOMPARE(sent.number(), QStringLiteral("+49301234567"));
@@ -546,15 +484,13 @@ private Q_SLOTS:
         QCOMPARE(attempts.first().reason(), QStringLiteral("486"));
         QCOMPARE(attempts.first().beginDate(), QDateTime::fromMSecsSinceEpoch(1740841500250));
         QCOMPARE(attempts.first().finishDate(), QDateTime::fromMSecsSinceEpoch(1740841561500));
-        QVERIFY(sent.faxFailed());
 
         // The empty reason of the first release means open; the connection left behind by a
-        // deleted fax is gone.
+        // deleted fax is gone, and deleting now takes the connections along.
         const QList<Connection> open = context()->fetchOpenConnections();
         QCOMPARE(open.size(), 1);
         QCOMPARE(open.first().sessionID(), QStringLiteral("S-3"));
         QCOMPARE(storeValue("SELECT count(*) FROM Connection").toInt(), 3);
-
         context()->deleteObject(sent);
         controller()->saveMainContext();
         QCOMPARE(storeValue("SELECT count(*) FROM Connection").toInt(), 1);
@@ -562,18 +498,17 @@ private Q_SLOTS:
 
     void failedMigrationLeavesTheStoreAsItWas()
     {
-        removeSupportFolder();
-        QDir().mkpath(supportFolder());
-        QVERIFY(QFile::copy(TestEnvironment::dataDir() + "/journal/Faxon-v1.sqlite", storePath()));
-        QFile(storePath()).setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+        installStore("Faxon-v1.sqlite");
+        // The migration as shipped, failing at its very end.
         const QString modelFolder = TestEnvironment::root() + "/broken-model";
-        QDir().mkpath(modelFolder);
         const QString bundleModel = QStringLiteral(":/VoxariaCoreBundle/Model/");
+        QDir().mkpath(modelFolder);
         QVERIFY(QFile::copy(bundleModel + "Model.sql", modelFolder + "/Model.sql"));
         QFile migration(modelFolder + "/Migration-1.sql");
         QVERIFY(migration.open(QIODevice::WriteOnly));
         migration.write(fileBytes(bundleModel + "Migration-1.sql")
-                        + "\nINSERT INTO Fax (id) VALUES (1);\n");
+                        + "\nINSERT INTO Fax (id) "
+                          "VALUES (1);\n");
         migration.close();
 
         controller()->setManagedObjectModel(FXManagedObjectModel::modelFromFolder(modelFolder));
