@@ -100,6 +100,9 @@ struct Journal
 // write-ahead log the killed child left behind).
 bool readStore(const QString &path, Snapshot *snapshot, QString *problem)
 {
+    // Killed before it created the store.
+    if (!QFileInfo::exists(path))
+        return true;
     bool ok = true;
     {
         QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), "verifier");
