@@ -1,7 +1,7 @@
 #include "FXPDFGenerator.h"
 
 #include "FXPageMove.h"
-#include "service/FBApplicationHelper.h"
+#include "journal/FXFaxFileManager.h"
 #include "service/FBUserDefaults.h"
 #include "service/FXLogging.h"
 
@@ -34,16 +34,6 @@ constexpr double kReportPageHeight = 841.8;
 
 // A badly damaged file can produce thousands of repair notes; the first ones tell the story.
 constexpr size_t kLoggedWarningsPerFile = 20;
-
-// Stands in for FXFaxFileManager::filePathForFaxMerge() until the file manager is part of the
-// build: switch over here, nothing else in this file names the merge file.
-QString filePathForFaxMerge()
-{
-    const QString folder = FBApplicationHelper::applicationSupportFolder();
-    if (folder.isEmpty())
-        return QString();
-    return QDir(folder).filePath(QStringLiteral("_merge.pdf"));
-}
 
 QString localPath(const QUrl &url)
 {
@@ -272,7 +262,7 @@ ReportFolder reportFolder()
 // placement can never be moved over a destination.
 QString freshMergeFile()
 {
-    const QString merge = filePathForFaxMerge();
+    const QString merge = FXFaxFileManager::filePathForFaxMerge();
     if (merge.isEmpty()) {
         qCWarning(lcDocument, "No application support folder for the merge file");
         return QString();
