@@ -1,0 +1,2 @@
+# The command tests run the faxolino binary itself.
+add_dependencies(tst_preparecommand faxolino)
