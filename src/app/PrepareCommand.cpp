@@ -83,11 +83,10 @@ int PrepareCommand::run(int argc, char *argv[])
             << '\n';
         return 2;
     }
-    const QByteArray data = input.readAll();
-    input.close();
-
-    const FXFaxPageGenerator::Result result = FXFaxPageGenerator::generatePDFWithData(
-        data, QString(), useType, threshold, files.at(1), FXFaxPageGenerator::LeaveOutputUntouched);
+    // Read as pages need it rather than copied whole into memory first.
+    const FXFaxPageGenerator::Result result = FXFaxPageGenerator::generatePDFWithDevice(
+        &input, QString(), useType, threshold, files.at(1),
+        FXFaxPageGenerator::LeaveOutputUntouched);
     if (!result.readable) {
         err << "faxolino prepare: \"" << files.at(0)
             << "\" is not a readable PDF document (it may be damaged or password-protected)\n";

@@ -6,6 +6,7 @@
 #include <QImage>
 #include <QString>
 
+class QIODevice;
 class QPdfDocument;
 
 // Turns a PDF into fax pages: each page is rendered onto a 2380 x 3368 white canvas
@@ -42,6 +43,11 @@ public:
     static Result generatePDFWithData(const QByteArray &data, const QString &withHeader,
                                       int useType, int threshold, const QString &toPath,
                                       UnreadableInput unreadable = WriteEmptyDocument);
+    // The same, reading the PDF from an open, random-access device as pages need it, so that
+    // a large file need not be in memory.
+    static Result generatePDFWithDevice(QIODevice *input, const QString &withHeader, int useType,
+                                        int threshold, const QString &toPath,
+                                        UnreadableInput unreadable = WriteEmptyDocument);
 
     // The brightness fraction of a threshold level (0 to 4); any other level gives 0.84.
     static float thresholdForLevel(int level);
