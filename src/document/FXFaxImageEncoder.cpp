@@ -7,6 +7,7 @@
 #include <cstdarg>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <vector>
 
 namespace {
@@ -33,10 +34,15 @@ tsize_t writeProc(thandle_t handle, tdata_t buffer, tsize_t size)
 {
     auto *file = static_cast<MemoryFile *>(handle);
     const qint64 end = file->position + size;
-    if (end > file->data.size()) {
-        if (file->data.capacity() < end)
-            file->data.reserve(qMax<qint64>(end, file->data.capacity() * 2));
-        file->data.resize(end);
+    // No exception may unwind through libtiff: a failed allocation is a short write.
+    try {
+        if (end > file->data.size()) {
+            if (file->data.capacity() < end)
+                file->data.reserve(qMax<qint64>(end, file->data.capacity() * 2));
+            file->data.resize(end);
+        }
+    } catch (const std::bad_alloc &) {
+        return -1;
     }
     std::memcpy(file->data.data() + file->position, buffer, size_t(size));
     file->position = end;

@@ -14,16 +14,24 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <vector>
 
 namespace {
 
 enum class PageOutcome { Written, Skipped, WriteFailed };
 
-void reportSkippedPage(int page, int pageCount)
+// The fixed raster message, if any, leads the line that names the page.
+void reportSkippedPage(int page, int pageCount, const char *cause = nullptr)
 {
+    if (cause) {
+        std::fputs(cause, stderr);
+        std::fputc(' ', stderr);
+    }
     std::fprintf(stderr, "Page %d of %d could not be rendered and is left out.\n", page, pageCount);
 }
+
+constexpr char memoryNotAllocated[] = "Memory not allocated!";
 
 // A rendered page is a QImage ARGB32: bytes blue, green, red, alpha, not premultiplied, and
 // what the page leaves transparent must show white. A channel c of alpha a over white is
@@ -161,24 +169,32 @@ FXRaster grayScaledPage(const QImage &page)
 PageOutcome finishPage(QImage scaledPage, int page, int pageCount, int useType, int threshold,
                        FXPageImagePDFWriter *writer)
 {
-    FXRaster converted = FXFaxPageGenerator::convertScaledPage(scaledPage, useType, threshold);
-    scaledPage = QImage();
-    QByteArray stream;
-    auto encoding = FXPageImagePDFWriter::Group4;
-    if (FXFaxImageEncoder::isBilevel(converted)) {
-        stream = FXFaxImageEncoder::group4(converted);
-    } else {
-        stream = FXFaxImageEncoder::flate(converted);
-        encoding = FXPageImagePDFWriter::Flate;
-    }
-    if (stream.isEmpty()) {
-        std::fputs("Memory not allocated!", stderr);
-        reportSkippedPage(page, pageCount);
+    try {
+        FXRaster converted = FXFaxPageGenerator::convertScaledPage(scaledPage, useType, threshold);
+        scaledPage = QImage();
+        if (converted.isNull()) {
+            reportSkippedPage(page, pageCount, memoryNotAllocated);
+            return PageOutcome::Skipped;
+        }
+        QByteArray stream;
+        auto encoding = FXPageImagePDFWriter::Group4;
+        if (FXFaxImageEncoder::isBilevel(converted)) {
+            stream = FXFaxImageEncoder::group4(converted);
+        } else {
+            stream = FXFaxImageEncoder::flate(converted);
+            encoding = FXPageImagePDFWriter::Flate;
+        }
+        if (stream.isEmpty()) {
+            reportSkippedPage(page, pageCount);
+            return PageOutcome::Skipped;
+        }
+        return writer->addPage(stream, encoding, converted.width(), converted.height())
+                   ? PageOutcome::Written
+                   : PageOutcome::WriteFailed;
+    } catch (const std::bad_alloc &) {
+        reportSkippedPage(page, pageCount, memoryNotAllocated);
         return PageOutcome::Skipped;
     }
-    return writer->addPage(stream, encoding, converted.width(), converted.height())
-               ? PageOutcome::Written
-               : PageOutcome::WriteFailed;
 }
 
 } // namespace
@@ -241,7 +257,7 @@ FXRaster FXFaxPageGenerator::placeOnCanvas(QImage page)
         // The page covers the canvas: composite in place, reusing the rendered page's bytes.
         uchar *bytes = page.bits();
         if (!bytes) {
-            std::fputs("Memory not allocated!", stderr);
+            std::fputs(memoryNotAllocated, stderr);
             return FXRaster();
         }
         const qsizetype count = page.sizeInBytes();
@@ -253,7 +269,7 @@ FXRaster FXFaxPageGenerator::placeOnCanvas(QImage page)
 
     FXRaster canvas(canvasWidth, canvasHeight, FXRaster::Rgba);
     if (canvas.isNull()) {
-        std::fputs("Memory not allocated!", stderr);
+        std::fputs(memoryNotAllocated, stderr);
         return FXRaster();
     }
     std::memset(canvas.bytes(), 255, size_t(canvas.byteCount()));
@@ -314,6 +330,19 @@ FXFaxPageGenerator::Result FXFaxPageGenerator::generatePDFWithDevice(QIODevice *
 {
     // The header text is not stamped: the pages carry only their images.
     Q_UNUSED(withHeader)
+    try {
+        return preparePages(input, useType, threshold, toPath, unreadable);
+    } catch (const std::bad_alloc &) {
+        Result result;
+        result.errorString = QStringLiteral("Not enough memory to prepare the pages.");
+        return result;
+    }
+}
+
+FXFaxPageGenerator::Result FXFaxPageGenerator::preparePages(QIODevice *input, int useType,
+                                                            int threshold, const QString &toPath,
+                                                            UnreadableInput unreadable)
+{
     Result result;
 
     QPdfDocument document;

@@ -71,4 +71,8 @@ public:
     // and three conversions: for text, binaryRepresentation of convertPage; otherwise the
     // diffused grey raster of convertPage.
     static FXRaster convertScaledPage(const QImage &scaledPage, int useType, int threshold);
+
+private:
+    static Result preparePages(QIODevice *input, int useType, int threshold, const QString &toPath,
+                               UnreadableInput unreadable);
 };
