@@ -36,6 +36,8 @@ constexpr char memoryNotAllocated[] = "Memory not allocated!";
 // A rendered page is a QImage ARGB32: bytes blue, green, red, alpha, not premultiplied, and
 // what the page leaves transparent must show white. A channel c of alpha a over white is
 // (c a + 255 (255 - a)) / 255, rounded.
+static_assert(Q_BYTE_ORDER == Q_LITTLE_ENDIAN, "the pixel loops read ARGB32 as B, G, R, A bytes");
+
 inline int overWhite(int c, int alpha)
 {
     return (c * alpha + 255 * (255 - alpha) + 127) / 255;
