@@ -24,12 +24,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         QTest::newRow("en_US") << "en_US"
                                << "Jan 5, 2024 3:04\u202fPM";
-        QTest::newRow("en_GB") << "en_GB"
-                               << "5 Jan 2024 15:04";
         QTest::newRow("de_DE") << "de_DE"
                                << "5. Jan. 2024 15:04";
-        QTest::newRow("fr_FR") << "fr_FR"
-                               << "5 janv. 2024 15:04";
     }
     void dateText()
     {
@@ -49,7 +45,6 @@ private Q_SLOTS:
         QTest::addColumn<QVariant>("faxHeader");
         QTest::addColumn<QString>("afterDate");
         QTest::newRow("nothing set: nine blanks") << QVariant() << QVariant() << "         ";
-        QTest::newRow("empty texts") << QVariant(QString()) << QVariant(QString()) << "         ";
         QTest::newRow("both set") << QVariant(QStringLiteral("+49 30 1234567"))
                                   << QVariant(QStringLiteral("ACME Ltd"))
                                   << "    +49 30 1234567     ACME Ltd";
