@@ -1,4 +1,5 @@
 #include "app/FBApplicationInstance.h"
+#include "app/PrepareCommand.h"
 #include "service/FBLocalization.h"
 #include "service/FXLogging.h"
 
@@ -16,6 +17,10 @@ const char usage[] = "Usage: faxolino [--help] [--version]\n"
                      "\n"
                      "Sends PDF documents as faxes through a voxaria account.\n"
                      "\n"
+                     "Commands:\n"
+                     "  prepare IN.pdf OUT.pdf [--type text|mixed] [--threshold 0-4]\n"
+                     "              Write the fax pages that would be sent; print their count.\n"
+                     "\n"
                      "Options:\n"
                      "  --help      Show this help and exit.\n"
                      "  --version   Show the version and exit.\n";
@@ -29,6 +34,7 @@ struct Command
 };
 
 const Command commands[] = {
+    {"prepare", &PrepareCommand::run},
     {nullptr, nullptr},
 };
 

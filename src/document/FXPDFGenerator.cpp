@@ -274,6 +274,14 @@ QString freshMergeFile()
 
 } // namespace
 
+FXFaxPageGenerator::Result FXPDFGenerator::generatePDFWithData(const QByteArray &data,
+                                                               const QString &withHeader,
+                                                               int useType, int threshold)
+{
+    return FXFaxPageGenerator::generatePDFWithData(data, withHeader, useType, threshold,
+                                                   FXFaxFileManager::filePathForProcessedFaxFile());
+}
+
 void FXPDFGenerator::combinePDFURLs(const QList<QUrl> &pdfURLs, const QUrl &writeToURL,
                                     bool forReport)
 {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "FXFaxPageGenerator.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QUrl>
@@ -17,6 +19,13 @@
 class FXPDFGenerator
 {
 public:
+    // The fax pages of a document (see FXFaxPageGenerator) written to the processed fax file,
+    // which is created or replaced; an unreadable document gives a file without pages. The
+    // result tells the page count. Synchronous and slow: callers run it off the main thread.
+    static FXFaxPageGenerator::Result generatePDFWithData(const QByteArray &data,
+                                                          const QString &withHeader, int useType,
+                                                          int threshold);
+
     // Destination = every page of every source, in list order. forReport: each page is instead
     // scaled to fit (never enlarged) and centred on a 595.2 x 841.8 page.
     // The destination is replaced only when no report folder is stored in the settings or the

@@ -17,3 +17,6 @@ target_compile_definitions(tst_faxolinobackend PRIVATE
   FAXOLINO_INSTALL_PREFIX="${CMAKE_INSTALL_PREFIX}"
   FAXOLINO_INSTALLED_BACKEND="${FAXOLINO_CUPS_BACKEND_DIR}/faxolino")
 add_dependencies(tst_fbapplicationinstance faxolino)
+
+# The command tests run the faxolino binary itself.
+add_dependencies(tst_preparecommand faxolino)

@@ -1,0 +1,396 @@
+#include "document/FXFaxPageGenerator.h"
+
+#include "document/FXFaxImageEncoder.h"
+#include "document/FXPageImagePDFWriter.h"
+#include "document/GraphicsAdditions.h"
+
+#include <QBuffer>
+#include <QFuture>
+#include <QPdfDocument>
+#include <QThreadPool>
+#include <QtConcurrent>
+#include <QtEndian>
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <new>
+#include <vector>
+
+namespace {
+
+enum class PageOutcome { Written, Skipped, WriteFailed };
+
+// The fixed raster message, if any, leads the line that names the page.
+void reportSkippedPage(int page, int pageCount, const char *cause = nullptr)
+{
+    if (cause) {
+        std::fputs(cause, stderr);
+        std::fputc(' ', stderr);
+    }
+    std::fprintf(stderr, "Page %d of %d could not be rendered and is left out.\n", page, pageCount);
+}
+
+constexpr char memoryNotAllocated[] = "Memory not allocated!";
+
+// A rendered page is a QImage ARGB32: bytes blue, green, red, alpha, not premultiplied, and
+// what the page leaves transparent must show white. A channel c of alpha a over white is
+// (c a + 255 (255 - a)) / 255, rounded.
+static_assert(Q_BYTE_ORDER == Q_LITTLE_ENDIAN, "the pixel loops read ARGB32 as B, G, R, A bytes");
+
+inline int overWhite(int c, int alpha)
+{
+    return (c * alpha + 255 * (255 - alpha) + 127) / 255;
+}
+
+inline void compositeOverWhite(const uchar *in, uchar *out)
+{
+    const int alpha = in[3];
+    if (alpha == 255) {
+        const uchar blue = in[0];
+        out[0] = in[2];
+        out[1] = in[1];
+        out[2] = blue;
+    } else if (alpha == 0) {
+        out[0] = out[1] = out[2] = 255;
+    } else {
+        const uchar blue = uchar(overWhite(in[0], alpha));
+        out[0] = uchar(overWhite(in[2], alpha));
+        out[1] = uchar(overWhite(in[1], alpha));
+        out[2] = blue;
+    }
+    out[3] = 255;
+}
+
+// Whether the brightest channel c of a pixel over white exceeds the level L, for one row of
+// pixels, as 0 or 1 per pixel. Compositing over white is monotonic in the channel, so the
+// brightest channel stays the brightest, and (c a + 255 (255 - a) + 127) / 255 > L reduces to
+// a (255 - c) <= 64897 - 255 L: one 16-bit product and no branch, in byte and word
+// arithmetic that vectorises on any x86-64.
+void brighterThan(const uchar *__restrict pixels, int count, int level, uchar *__restrict flags)
+{
+    if (level >= 255) {
+        std::memset(flags, 0, size_t(count));
+        return;
+    }
+    const auto limit = quint16(64897 - 255 * std::max(level, 0));
+    for (int x = 0; x < count; ++x) {
+        const uchar *p = pixels + 4 * x;
+        const uchar brightest = std::max(std::max(p[0], p[1]), p[2]);
+        const auto product = quint16(p[3] * uchar(255 - brightest));
+        flags[x] = product <= limit;
+    }
+}
+
+// Packs flags (0 or 1 per pixel) into bits, the first pixel in the most significant bit; the
+// unused low bits of the last byte are 0.
+void packFlags(const uchar *flags, int count, uchar *out)
+{
+    int x = 0;
+    for (; x + 8 <= count; x += 8) {
+        quint64 eight;
+        std::memcpy(&eight, flags + x, 8);
+        // Byte i (0 or 1) lands in bit 7 - i of the top byte.
+        out[x / 8] = uchar((qFromLittleEndian(eight) * 0x8040201008040201ULL) >> 56);
+    }
+    if (x < count) {
+        uchar last = 0;
+        for (int i = 0; x + i < count; ++i)
+            last |= uchar(flags[x + i] << (7 - i));
+        out[x / 8] = last;
+    }
+}
+
+// BT.601 luma, as GraphicsAdditions::grayRepresentation computes it, of pixels over white.
+// Most pixels of a page are either untouched (transparent) or opaque.
+void lumaOverWhite(const uchar *pixels, int count, uchar *out)
+{
+    for (int x = 0; x < count; ++x) {
+        const uchar *p = pixels + 4 * x;
+        const int alpha = p[3];
+        int r = p[2], g = p[1], b = p[0];
+        if (alpha == 0) {
+            out[x] = 255;
+            continue;
+        }
+        if (alpha != 255) {
+            r = overWhite(r, alpha);
+            g = overWhite(g, alpha);
+            b = overWhite(b, alpha);
+        }
+        out[x] = uchar((299 * r + 587 * g + 114 * b + 500) / 1000);
+    }
+}
+
+// Where a scaled page sits on the canvas: centred, the odd pixel of a band going right and
+// down, so that the page is never resampled.
+QRect placement(const QImage &page)
+{
+    return QRect((FXFaxPageGenerator::canvasWidth - page.width()) / 2,
+                 (FXFaxPageGenerator::canvasHeight - page.height()) / 2, page.width(),
+                 page.height());
+}
+
+FXRaster thresholdScaledPage(const QImage &page, int level)
+{
+    FXRaster bits(FXFaxPageGenerator::canvasWidth, FXFaxPageGenerator::canvasHeight,
+                  FXRaster::Bilevel);
+    if (bits.isNull())
+        return bits;
+    const QRect area = placement(page);
+    const int width = bits.width();
+    std::vector<uchar> flags(size_t(width), uchar(255 > level));
+    std::vector<uchar> bandRow(size_t(bits.usedBytesPerRow()));
+    packFlags(flags.data(), width, bandRow.data());
+    for (int y = 0; y < bits.height(); ++y) {
+        uchar *out = bits.row(y);
+        if (y < area.top() || y > area.bottom()) {
+            std::copy(bandRow.begin(), bandRow.end(), out);
+            continue;
+        }
+        brighterThan(page.constScanLine(y - area.top()), area.width(), level,
+                     flags.data() + area.left());
+        packFlags(flags.data(), width, out);
+    }
+    return bits;
+}
+
+FXRaster grayScaledPage(const QImage &page)
+{
+    FXRaster gray(FXFaxPageGenerator::canvasWidth, FXFaxPageGenerator::canvasHeight,
+                  FXRaster::Gray);
+    if (gray.isNull())
+        return gray;
+    const QRect area = placement(page);
+    std::memset(gray.bytes(), 255, size_t(gray.byteCount()));
+    for (int y = 0; y < page.height(); ++y)
+        lumaOverWhite(page.constScanLine(y), page.width(), gray.row(area.top() + y) + area.left());
+    return gray;
+}
+
+PageOutcome finishPage(QImage scaledPage, int page, int pageCount, int useType, int threshold,
+                       FXPageImagePDFWriter *writer)
+{
+    try {
+        FXRaster converted = FXFaxPageGenerator::convertScaledPage(scaledPage, useType, threshold);
+        scaledPage = QImage();
+        if (converted.isNull()) {
+            reportSkippedPage(page, pageCount, memoryNotAllocated);
+            return PageOutcome::Skipped;
+        }
+        QByteArray stream;
+        auto encoding = FXPageImagePDFWriter::Group4;
+        if (FXFaxImageEncoder::isBilevel(converted)) {
+            stream = FXFaxImageEncoder::group4(converted);
+        } else {
+            stream = FXFaxImageEncoder::flate(converted);
+            encoding = FXPageImagePDFWriter::Flate;
+        }
+        if (stream.isEmpty()) {
+            reportSkippedPage(page, pageCount);
+            return PageOutcome::Skipped;
+        }
+        return writer->addPage(stream, encoding, converted.width(), converted.height())
+                   ? PageOutcome::Written
+                   : PageOutcome::WriteFailed;
+    } catch (const std::bad_alloc &) {
+        reportSkippedPage(page, pageCount, memoryNotAllocated);
+        return PageOutcome::Skipped;
+    }
+}
+
+} // namespace
+
+float FXFaxPageGenerator::thresholdForLevel(int level)
+{
+    switch (level) {
+    case 0:
+        return 0.34f;
+    case 1:
+        return 0.55f;
+    case 2:
+        return 0.70f;
+    case 3:
+        return 0.84f;
+    case 4:
+        return 0.99f;
+    default:
+        return 0.84f;
+    }
+}
+
+QString FXFaxPageGenerator::pageLabel(int page, int pageCount)
+{
+    return QString::asprintf("%02d/%02d", page, pageCount);
+}
+
+QImage FXFaxPageGenerator::renderScaledPage(QPdfDocument &document, int page)
+{
+    if (page < 1 || page > document.pageCount())
+        return QImage();
+    // The crop box as a viewer shows it: its origin does not shift the page, and /Rotate
+    // turns it.
+    const QSizeF box = document.pagePointSize(page - 1);
+    const double w = box.width();
+    const double h = box.height();
+    if (!(w > 0 && h > 0) || !std::isfinite(w) || !std::isfinite(h))
+        return QImage();
+    const double s = std::min(canvasWidth / w, canvasHeight / h);
+    // Truncated, as the page must not overhang; the tolerance keeps the axis the page touches
+    // at the full canvas size where w * (2380 / w) lands a hair below 2380.
+    const int scaledWidth = std::min(int(w * s + 1e-6), canvasWidth);
+    const int scaledHeight = std::min(int(h * s + 1e-6), canvasHeight);
+    if (scaledWidth < 1 || scaledHeight < 1)
+        return QImage();
+
+    QPdfDocumentRenderOptions options;
+    options.setRenderFlags(QPdfDocumentRenderOptions::RenderFlag::Annotations);
+    return document.render(page - 1, QSize(scaledWidth, scaledHeight), options);
+}
+
+FXRaster FXFaxPageGenerator::placeOnCanvas(QImage page)
+{
+    if (page.isNull() || page.width() > canvasWidth || page.height() > canvasHeight)
+        return FXRaster();
+    if (page.format() != QImage::Format_ARGB32)
+        page.convertTo(QImage::Format_ARGB32);
+
+    if (page.width() == canvasWidth && page.height() == canvasHeight) {
+        // The page covers the canvas: composite in place, reusing the rendered page's bytes.
+        uchar *bytes = page.bits();
+        if (!bytes) {
+            std::fputs(memoryNotAllocated, stderr);
+            return FXRaster();
+        }
+        const qsizetype count = page.sizeInBytes();
+        for (qsizetype i = 0; i < count; i += 4)
+            compositeOverWhite(bytes + i, bytes + i);
+        page.reinterpretAsFormat(QImage::Format_RGBA8888);
+        return FXRaster::fromImage(page);
+    }
+
+    FXRaster canvas(canvasWidth, canvasHeight, FXRaster::Rgba);
+    if (canvas.isNull()) {
+        std::fputs(memoryNotAllocated, stderr);
+        return FXRaster();
+    }
+    std::memset(canvas.bytes(), 255, size_t(canvas.byteCount()));
+    const QRect area = placement(page);
+    for (int y = 0; y < page.height(); ++y) {
+        const uchar *in = page.constScanLine(y);
+        uchar *out = canvas.row(area.top() + y) + qsizetype(area.left()) * 4;
+        for (int x = 0; x < page.width(); ++x)
+            compositeOverWhite(in + x * 4, out + x * 4);
+    }
+    return canvas;
+}
+
+FXRaster FXFaxPageGenerator::renderPageImage(QPdfDocument &document, int page)
+{
+    return placeOnCanvas(renderScaledPage(document, page));
+}
+
+FXRaster FXFaxPageGenerator::convertPage(FXRaster canvas, int useType, int threshold)
+{
+    if (useType != Text)
+        return GraphicsAdditions::errorDiffusionRepresentation(std::move(canvas));
+    return GraphicsAdditions::monochromeImageRepWithThreshold(
+        std::move(canvas), thresholdForLevel(threshold), Qt::black, Qt::white);
+}
+
+FXRaster FXFaxPageGenerator::convertScaledPage(const QImage &scaledPage, int useType, int threshold)
+{
+    if (scaledPage.isNull() || scaledPage.width() > canvasWidth
+        || scaledPage.height() > canvasHeight)
+        return FXRaster();
+    QImage page = scaledPage;
+    if (page.format() != QImage::Format_ARGB32)
+        page.convertTo(QImage::Format_ARGB32);
+    if (useType != Text)
+        return GraphicsAdditions::errorDiffusionRepresentation(grayScaledPage(page));
+    return thresholdScaledPage(page,
+                               GraphicsAdditions::levelForThreshold(thresholdForLevel(threshold)));
+}
+
+FXFaxPageGenerator::Result FXFaxPageGenerator::generatePDFWithData(const QByteArray &data,
+                                                                   const QString &withHeader,
+                                                                   int useType, int threshold,
+                                                                   const QString &toPath,
+                                                                   UnreadableInput unreadable)
+{
+    QByteArray bytes = data;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    return generatePDFWithDevice(&buffer, withHeader, useType, threshold, toPath, unreadable);
+}
+
+FXFaxPageGenerator::Result FXFaxPageGenerator::generatePDFWithDevice(QIODevice *input,
+                                                                     const QString &withHeader,
+                                                                     int useType, int threshold,
+                                                                     const QString &toPath,
+                                                                     UnreadableInput unreadable)
+{
+    // The header text is not stamped: the pages carry only their images.
+    Q_UNUSED(withHeader)
+    try {
+        return preparePages(input, useType, threshold, toPath, unreadable);
+    } catch (const std::bad_alloc &) {
+        Result result;
+        result.errorString = QStringLiteral("Not enough memory to prepare the pages.");
+        return result;
+    }
+}
+
+FXFaxPageGenerator::Result FXFaxPageGenerator::preparePages(QIODevice *input, int useType,
+                                                            int threshold, const QString &toPath,
+                                                            UnreadableInput unreadable)
+{
+    Result result;
+
+    QPdfDocument document;
+    if (input && input->isReadable() && !input->isSequential())
+        document.load(input);
+    result.readable = document.status() == QPdfDocument::Status::Ready;
+    const int pageCount = result.readable ? std::max(document.pageCount(), 0) : 0;
+    result.sourcePageCount = pageCount;
+    if (!result.readable && unreadable == LeaveOutputUntouched) {
+        result.errorString = QStringLiteral("The document is not a readable PDF.");
+        return result;
+    }
+
+    FXPageImagePDFWriter writer(toPath);
+    if (!writer.open()) {
+        result.errorString = writer.errorString();
+        return result;
+    }
+
+    // Rendering holds Qt Pdf's global lock, so it stays on this thread; conversion, coding and
+    // writing of the previous page run meanwhile on a second thread.
+    QThreadPool pool;
+    pool.setMaxThreadCount(1);
+    QFuture<PageOutcome> previous;
+    bool writeFailed = false;
+    for (int page = 1; page <= pageCount && !writeFailed; ++page) {
+        QImage scaledPage = renderScaledPage(document, page);
+        if (previous.isValid())
+            writeFailed = previous.result() == PageOutcome::WriteFailed;
+        if (scaledPage.isNull()) {
+            reportSkippedPage(page, pageCount);
+            continue;
+        }
+        if (writeFailed)
+            break;
+        previous = QtConcurrent::run(&pool, finishPage, std::move(scaledPage), page, pageCount,
+                                     useType, threshold, &writer);
+    }
+    if (previous.isValid() && previous.result() == PageOutcome::WriteFailed)
+        writeFailed = true;
+
+    if (writeFailed || !writer.commit()) {
+        result.errorString = writer.errorString();
+        return result;
+    }
+    result.written = true;
+    result.pageCount = writer.pageCount();
+    return result;
+}

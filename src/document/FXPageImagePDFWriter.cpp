@@ -1,0 +1,131 @@
+#include "document/FXPageImagePDFWriter.h"
+
+namespace {
+
+constexpr int catalogObject = 1;
+constexpr int pagesObject = 2;
+constexpr int infoObject = 3;
+
+QByteArray number(qint64 value)
+{
+    return QByteArray::number(value);
+}
+
+} // namespace
+
+FXPageImagePDFWriter::FXPageImagePDFWriter(const QString &path)
+    : m_file(path)
+{
+    // Where the folder is not writable but the file is, write in place rather than fail.
+    m_file.setDirectWriteFallback(true);
+}
+
+bool FXPageImagePDFWriter::open()
+{
+    if (!m_file.open(QIODevice::WriteOnly))
+        return fail(m_file.errorString());
+    // The second line marks the file as binary for transfer programs.
+    write("%PDF-1.4\n%\xE2\xE3\xCF\xD3\n");
+    m_offsets.fill(0, infoObject);
+    m_offsets[catalogObject - 1] = m_position;
+    write("1 0 obj\n<< /Type /Catalog /Pages 2 0 R >>\nendobj\n");
+    m_offsets[infoObject - 1] = m_position;
+    write("3 0 obj\n<< /Producer (Faxolino) >>\nendobj\n");
+    return !m_failed;
+}
+
+int FXPageImagePDFWriter::beginObject()
+{
+    m_offsets.append(m_position);
+    return m_offsets.size();
+}
+
+bool FXPageImagePDFWriter::addPage(const QByteArray &stream, Encoding encoding, int width,
+                                   int height)
+{
+    if (m_failed || !m_file.isOpen())
+        return false;
+    const int pageObject = m_offsets.size() + 1;
+    const int contentsObject = pageObject + 1;
+    const int imageObject = pageObject + 2;
+
+    beginObject();
+    write(number(pageObject) + " 0 obj\n<< /Type /Page /Parent 2 0 R /MediaBox [0 0 "
+          + number(mediaWidth) + ' ' + number(mediaHeight) + "] /Resources << /XObject << /Im0 "
+          + number(imageObject) + " 0 R >> >> /Contents " + number(contentsObject)
+          + " 0 R >>\nendobj\n");
+
+    const QByteArray contents =
+        "q " + number(mediaWidth) + " 0 0 " + number(mediaHeight) + " 0 0 cm /Im0 Do Q\n";
+    beginObject();
+    write(number(contentsObject) + " 0 obj\n<< /Length " + number(contents.size()) + " >>\nstream\n"
+          + contents + "endstream\nendobj\n");
+
+    QByteArray image = number(imageObject) + " 0 obj\n<< /Type /XObject /Subtype /Image /Width "
+                       + number(width) + " /Height " + number(height) + " /ColorSpace /DeviceGray";
+    if (encoding == Group4) {
+        image += " /BitsPerComponent 1 /Filter /CCITTFaxDecode /DecodeParms << /K -1 /Columns "
+                 + number(width) + " /Rows " + number(height) + " >>";
+    } else {
+        image += " /BitsPerComponent 8 /Filter /FlateDecode";
+    }
+    image += " /Length " + number(stream.size()) + " >>\nstream\n";
+    beginObject();
+    write(image);
+    write(stream);
+    write("\nendstream\nendobj\n");
+
+    if (m_failed)
+        return false;
+    m_pageObjects.append(pageObject);
+    return true;
+}
+
+bool FXPageImagePDFWriter::commit()
+{
+    if (m_failed || !m_file.isOpen())
+        return false;
+    m_offsets[pagesObject - 1] = m_position;
+    QByteArray pages = "2 0 obj\n<< /Type /Pages /Kids [";
+    for (int i = 0; i < m_pageObjects.size(); ++i)
+        pages += (i ? " " : "") + number(m_pageObjects.at(i)) + " 0 R";
+    pages += "] /Count " + number(m_pageObjects.size()) + " >>\nendobj\n";
+    write(pages);
+
+    const qint64 xrefOffset = m_position;
+    QByteArray xref = "xref\n0 " + number(m_offsets.size() + 1) + "\n0000000000 65535 f \n";
+    for (qint64 offset : std::as_const(m_offsets))
+        xref += QByteArray::number(offset).rightJustified(10, '0') + " 00000 n \n";
+    write(xref);
+
+    const QByteArray id = m_digest.result().toHex();
+    write("trailer\n<< /Size " + number(m_offsets.size() + 1) + " /Root 1 0 R /Info 3 0 R /ID [<"
+          + id + "> <" + id + ">] >>\nstartxref\n" + number(xrefOffset) + "\n%%EOF\n");
+    if (m_failed)
+        return false;
+    if (!m_file.commit())
+        return fail(m_file.errorString());
+    return true;
+}
+
+bool FXPageImagePDFWriter::write(const QByteArray &bytes)
+{
+    if (m_failed)
+        return false;
+    if (m_file.write(bytes) != bytes.size())
+        return fail(m_file.errorString());
+    m_digest.addData(bytes);
+    m_position += bytes.size();
+    return true;
+}
+
+bool FXPageImagePDFWriter::fail(const QString &what)
+{
+    if (!m_failed) {
+        m_failed = true;
+        m_errorString = what;
+    }
+    if (m_file.isOpen())
+        m_file.cancelWriting();
+    return false;
+}

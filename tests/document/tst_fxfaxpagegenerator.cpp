@@ -1,0 +1,301 @@
+#include "TestEnvironment.h"
+#include "document/FXFaxPageGenerator.h"
+#include "document/GraphicsAdditions.h"
+
+#include <QFile>
+#include <QPdfDocument>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QtConcurrent>
+
+namespace {
+
+QString fixture(const QString &name)
+{
+    return TestEnvironment::dataDir() + QStringLiteral("/document/") + name;
+}
+
+QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// Runs one of the independent readers (poppler-utils, qpdf); its output, or a null string when
+// it failed.
+QString runTool(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit
+        || process.exitCode() != 0)
+        return QString();
+    return QString::fromUtf8(process.readAllStandardOutput() + ' ');
+}
+
+FXRaster firstPage(const QString &name, int type, int level, bool onePass)
+{
+    QPdfDocument document;
+    document.load(fixture(name));
+    const QImage scaled = FXFaxPageGenerator::renderScaledPage(document, 1);
+    if (onePass)
+        return FXFaxPageGenerator::convertScaledPage(scaled, type, level);
+    return FXFaxPageGenerator::convertPage(FXFaxPageGenerator::placeOnCanvas(scaled), type, level);
+}
+
+// Whether two rasters hold the same pixels, given as 1-bit or grey.
+bool samePixels(const FXRaster &a, const FXRaster &b)
+{
+    const FXRaster x = GraphicsAdditions::grayRepresentation(a);
+    const FXRaster y = GraphicsAdditions::grayRepresentation(b);
+    if (x.width() != y.width() || x.height() != y.height())
+        return false;
+    for (int row = 0; row < x.height(); ++row) {
+        if (std::memcmp(x.row(row), y.row(row), size_t(x.width())) != 0)
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+class TestFXFaxPageGenerator : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY(TestEnvironment::isIsolated());
+        QVERIFY(m_dir.isValid());
+    }
+
+    void pageLabel()
+    {
+        QCOMPARE(FXFaxPageGenerator::pageLabel(1, 1), QStringLiteral("01/01"));
+        QCOMPARE(FXFaxPageGenerator::pageLabel(3, 12), QStringLiteral("03/12"));
+        QCOMPARE(FXFaxPageGenerator::pageLabel(100, 120), QStringLiteral("100/120"));
+    }
+
+    // Pages painted black edge to edge show where a page lands on the canvas.
+    void placement_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QRect>("page");
+        QTest::newRow("A4 fills the canvas") << "a4-black.pdf" << QRect(0, 0, 2380, 3368);
+        QTest::newRow("US Letter: bands of 144") << "letter-black.pdf" << QRect(0, 144, 2380, 3080);
+        // 2380 / 842 scales 595 to 1681.8, truncated; the odd band pixel goes down.
+        QTest::newRow("landscape: scaled to the width")
+            << "landscape-black.pdf" << QRect(0, 843, 2380, 1681);
+        QTest::newRow("crop box away from the origin")
+            << "cropbox-offset.pdf" << QRect(0, 0, 2380, 3368);
+        QTest::newRow("turned a quarter") << "rotated.pdf" << QRect(0, 843, 2380, 1681);
+    }
+    void placement()
+    {
+        QFETCH(QString, name);
+        QFETCH(QRect, page);
+        QPdfDocument document;
+        QCOMPARE(document.load(fixture(name)), QPdfDocument::Error::None);
+        const FXRaster canvas = FXFaxPageGenerator::renderPageImage(document, 1);
+        QCOMPARE(canvas.layout(), FXRaster::Rgba);
+        QCOMPARE(QSize(canvas.width(), canvas.height()), QSize(2380, 3368));
+        // Opaque everywhere; black on the page, white in the bands.
+        for (int y = 0; y < canvas.height(); ++y) {
+            const auto *row = reinterpret_cast<const quint32 *>(canvas.row(y));
+            for (int x = 0; x < canvas.width(); ++x) {
+                if (row[x] != (page.contains(x, y) ? qToLittleEndian(0xff000000u) : 0xffffffffu))
+                    QFAIL(qPrintable(QStringLiteral("pixel %1,%2").arg(x).arg(y)));
+            }
+        }
+    }
+
+    // The share of black in what is written for a page.
+    void blackShare_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("type");
+        QTest::addColumn<int>("level");
+        QTest::addColumn<double>("share");
+        QTest::newRow("blank page") << "blank.pdf" << 0 << 4 << 0.0;
+        QTest::newRow("blank page, mixed") << "blank.pdf" << 1 << 0 << 0.0;
+        QTest::newRow("black page") << "a4-black.pdf" << 0 << 0 << 1.0;
+        // One saturated channel is bright enough at every level.
+        QTest::newRow("red at level 0") << "red.pdf" << 0 << 0 << 0.0;
+        QTest::newRow("red at level 4") << "red.pdf" << 0 << 4 << 0.0;
+        // Half-transparent black shows as mid grey over white, not black over black.
+        QTest::newRow("half-transparent, light") << "half-transparent.pdf" << 0 << 0 << 0.0;
+        QTest::newRow("half-transparent, dark") << "half-transparent.pdf" << 0 << 4 << 1.0;
+        QTest::newRow("half-transparent, mixed") << "half-transparent.pdf" << 1 << 2 << 0.5;
+    }
+    void blackShare()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, type);
+        QFETCH(int, level);
+        QFETCH(double, share);
+        const FXRaster page =
+            GraphicsAdditions::grayRepresentation(firstPage(name, type, level, true));
+        qint64 black = 0;
+        for (int y = 0; y < page.height(); ++y)
+            black += std::count_if(page.row(y), page.row(y) + page.width(),
+                                   [](uchar v) { return v < 128; });
+        const double measured = double(black) / (2380.0 * 3368.0);
+        QVERIFY2(std::abs(measured - share) < 0.02, qPrintable(QString::number(measured)));
+    }
+
+    // The one-pass conversion the pipeline uses gives what the canvas and the documented
+    // conversions give.
+    void onePassMatchesCanvasConversion_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("type");
+        QTest::addColumn<int>("level");
+        for (const char *name : {"text.pdf", "photo.pdf", "half-transparent.pdf",
+                                 "letter-black.pdf", "landscape-black.pdf"}) {
+            for (int level = 0; level <= 4; level += 2)
+                QTest::addRow("%s text %d", name, level) << QString::fromLatin1(name) << 0 << level;
+            QTest::addRow("%s mixed", name) << QString::fromLatin1(name) << 1 << 2;
+        }
+    }
+    void onePassMatchesCanvasConversion()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, type);
+        QFETCH(int, level);
+        QVERIFY(
+            samePixels(firstPage(name, type, level, true), firstPage(name, type, level, false)));
+    }
+
+    // What independent readers see in the written document; poppler renders its first page
+    // back at 288 dpi exactly as converted. (Its Cairo rasteriser, that is: the Splash one
+    // behind pdftoppm widens every image by a device pixel, image bounds ending at
+    // floor(x) + 1, which smears a full-page image by a row and a column.)
+    void output_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("type");
+        QTest::addColumn<int>("level");
+        QTest::addColumn<int>("pages");
+        QTest::addColumn<QString>("image"); // bits per component and encoding
+        QTest::newRow("text") << "text.pdf" << 0 << 2 << 1 << "1 ccitt";
+        QTest::newRow("text, darkest") << "text.pdf" << 0 << 4 << 1 << "1 ccitt";
+        QTest::newRow("three sizes") << "three-pages.pdf" << 0 << 2 << 3 << "1 ccitt";
+        // White margins leave no grey in column 0 and the last row.
+        QTest::newRow("three sizes, mixed") << "three-pages.pdf" << 1 << 2 << 3 << "1 ccitt";
+        QTest::newRow("photograph") << "photo.pdf" << 0 << 0 << 1 << "1 ccitt";
+        // The ramp reaches column 0, which keeps its grey: 8-bit Flate.
+        QTest::newRow("photograph, mixed") << "photo.pdf" << 1 << 2 << 1 << "8 image";
+        QTest::newRow("no pages") << "no-pages.pdf" << 0 << 2 << 0 << "";
+    }
+    void output()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, type);
+        QFETCH(int, level);
+        QFETCH(int, pages);
+        QFETCH(QString, image);
+        const QString out = m_dir.filePath(QStringLiteral("output.pdf"));
+        // Off the main thread, as the application runs it.
+        const FXFaxPageGenerator::Result result =
+            QtConcurrent::run([&] {
+                return FXFaxPageGenerator::generatePDFWithData(readFile(fixture(name)), QString(),
+                                                               type, level, out);
+            }).result();
+        QVERIFY(result.written);
+        QCOMPARE(result.pageCount, pages);
+        QVERIFY(!runTool(QStringLiteral("qpdf"), {QStringLiteral("--check"), out}).isNull());
+        if (pages == 0)
+            return;
+
+        const QString info =
+            runTool(QStringLiteral("pdfinfo"), {"-l", QString::number(pages), out});
+        QVERIFY(info.contains(QRegularExpression(QStringLiteral("Pages: +%1\n").arg(pages))));
+        QCOMPARE(info.count(QRegularExpression(QStringLiteral("size: +595 x 842 pts"))), pages);
+        const QStringList images = runTool(QStringLiteral("pdfimages"), {"-list", out})
+                                       .split(QLatin1Char('\n'))
+                                       .mid(2, pages);
+        const QString encoding = image.replace(QLatin1Char(' '), QStringLiteral(" +"));
+        for (int i = 0; i < pages; ++i) {
+            const QRegularExpression listed(
+                QStringLiteral("^ +%1 +%2 image +2380 +3368 +gray +1 +%3 ")
+                    .arg(i + 1)
+                    .arg(i)
+                    .arg(encoding));
+            QVERIFY2(images.value(i).contains(listed), qPrintable(images.value(i)));
+        }
+
+        const QString prefix = m_dir.filePath(QStringLiteral("page"));
+        QVERIFY(!runTool(QStringLiteral("pdftocairo"),
+                         {"-png", "-gray", "-r", "288", "-singlefile", out, prefix})
+                     .isNull());
+        const QImage seen(prefix + QStringLiteral(".png"));
+        QVERIFY(samePixels(FXRaster::fromImage(seen.convertToFormat(QImage::Format_Grayscale8)),
+                           firstPage(name, type, level, false)));
+    }
+
+    // Levels outside the table behave as level 3, and mixed pages ignore the level: the
+    // written files are the same byte for byte.
+    void levelsThatGiveTheSameDocument_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<int>("level");
+        QTest::addColumn<int>("sameAsLevel");
+        QTest::newRow("5 is 3") << 0 << 5 << 3;
+        QTest::newRow("-1 is 3") << 0 << -1 << 3;
+        QTest::newRow("mixed ignores 0") << 1 << 0 << 4;
+        QTest::newRow("mixed ignores 9") << 7 << 9 << 2;
+    }
+    void levelsThatGiveTheSameDocument()
+    {
+        QFETCH(int, type);
+        QFETCH(int, level);
+        QFETCH(int, sameAsLevel);
+        const QByteArray input = readFile(fixture(QStringLiteral("photo.pdf")));
+        const auto written = [&](int withLevel) {
+            const QString out = m_dir.filePath(QStringLiteral("level.pdf"));
+            FXFaxPageGenerator::generatePDFWithData(input, QString(), type, withLevel, out);
+            return readFile(out);
+        };
+        QCOMPARE(written(level), written(sameAsLevel));
+        if (type == 0) // ... while the levels themselves matter.
+            QVERIFY(written(level) != written(2));
+    }
+
+    void damagedInput_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("readable");
+        QTest::addColumn<int>("pages");
+        QTest::newRow("truncated") << "truncated.pdf" << false << 0;
+        // PDFium rebuilds a broken cross-reference table by scanning the file.
+        QTest::newRow("broken cross-references") << "broken-xref.pdf" << true << 1;
+        QTest::newRow("random bytes") << "random.bin" << false << 0;
+        QTest::newRow("empty file") << "empty.pdf" << false << 0;
+        QTest::newRow("no pages") << "no-pages.pdf" << false << 0;
+        QTest::newRow("password-protected") << "encrypted.pdf" << false << 0;
+        QTest::newRow("missing page object") << "missing-page.pdf" << false << 0;
+        QTest::newRow("a million pages claimed") << "huge-count.pdf" << false << 0;
+        QTest::newRow("a page too flat to render") << "sliver-page.pdf" << true << 1;
+    }
+    void damagedInput()
+    {
+        QFETCH(QString, name);
+        QFETCH(bool, readable);
+        QFETCH(int, pages);
+        const QString out = m_dir.filePath(QStringLiteral("damaged.pdf"));
+        const FXFaxPageGenerator::Result result =
+            FXFaxPageGenerator::generatePDFWithData(readFile(fixture(name)), QString(), 0, 2, out);
+        QCOMPARE(result.readable, readable);
+        QVERIFY(result.written);
+        QCOMPARE(result.pageCount, pages);
+        QVERIFY(!runTool(QStringLiteral("qpdf"), {QStringLiteral("--check"), out}).isNull());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFXFaxPageGenerator)
+#include "tst_fxfaxpagegenerator.moc"
