@@ -136,12 +136,14 @@ void FXVCardAddressBookSource::rescan()
             cached.metadataChanged = info.metadataChangeTime();
             QString error;
             cached.readable = FXVCardReader::readFile(file, &cached.contents, &error);
-            if (!cached.readable)
+            if (!cached.readable) {
                 qCWarning(lcRecipients, "Skipping vCard file %s: %s", qUtf8Printable(file),
                           qUtf8Printable(error));
-            for (const QString &problem : std::as_const(cached.contents.problems))
-                qCWarning(lcRecipients, "Skipping part of vCard file %s: %s", qUtf8Printable(file),
-                          qUtf8Printable(problem));
+            } else {
+                for (const QString &problem : std::as_const(cached.contents.problems))
+                    qCWarning(lcRecipients, "Skipping part of vCard file %s: %s",
+                              qUtf8Printable(file), qUtf8Printable(problem));
+            }
         }
         current.insert(file, cached);
     }

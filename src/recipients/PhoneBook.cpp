@@ -6,7 +6,6 @@
 #include "service/FXLogging.h"
 
 #include <QCoreApplication>
-#include <QDebug>
 #include <QSet>
 #include <QThread>
 
@@ -153,8 +152,15 @@ void PhoneBook::updateWithAddressBookEntries()
 
 void PhoneBook::databaseDidChange(const QVariantMap &userInfo)
 {
-    QString description;
-    QDebug(&description).nospace() << userInfo;
+    QStringList pairs;
+    for (auto it = userInfo.cbegin(); it != userInfo.cend(); ++it) {
+        const QString value =
+            it.value().typeId() == QMetaType::QStringList
+                ? u'(' + it.value().toStringList().join(QLatin1String(", ")) + u')'
+                : it.value().toString();
+        pairs.append(it.key() + QLatin1String(" = ") + value);
+    }
+    const QString description = u'{' + pairs.join(QLatin1String("; ")) + u'}';
     qCInfo(lcRecipients, "%s %s", "databaseDidChange:", qUtf8Printable(description));
     // A restore from a backup takes the same path as any other change.
     const bool restoredFromBackup = userInfo.value(QStringLiteral("ABRestoreFromBackup")).toBool();
