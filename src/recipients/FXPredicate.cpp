@@ -6,6 +6,7 @@
 #include <QStringBuilder>
 
 #include <algorithm>
+#include <string_view>
 
 #include <vector>
 
@@ -264,26 +265,36 @@ bool FXPredicate::evaluateWithObject(const PhoneBookEntry &entry) const
     case Node::Kind::Comparison:
         break;
     }
+    // An absent value satisfies no comparison, as nil does not. (The folded copy is absent
+    // exactly when the value is.)
+    if (node.options == foldingOptions) {
+        const QString &folded = entry.foldedValue(node.key);
+        return !folded.isNull() && compare(folded, node);
+    }
     const QString &raw = entry.value(node.key);
-    // An absent value satisfies no comparison, as nil does not.
     if (raw.isNull())
         return false;
-    if (node.options == foldingOptions)
-        return compare(entry.foldedValue(node.key), node);
     if (!node.options)
         return compare(raw, node);
     return compare(operandForOptions(raw, node.options), node);
 }
 
+// The live search runs these over every entry on every key press; plain code-unit
+// comparisons on views keep it clear of the general string search set-up.
 bool FXPredicate::compare(const QString &value, const Node &node)
 {
+    const std::u16string_view haystack(QStringView(value).utf16(), size_t(value.size()));
+    const std::u16string_view needle(QStringView(node.operand).utf16(),
+                                     size_t(node.operand.size()));
     switch (node.op) {
     case Operator::EqualTo:
-        return value == node.operand;
+        return haystack == needle;
     case Operator::BeginsWith:
-        return !node.operand.isEmpty() && value.startsWith(node.operand);
+        return !needle.empty() && haystack.size() >= needle.size() && haystack[0] == needle[0]
+               && haystack.substr(0, needle.size()) == needle;
     case Operator::Contains:
-        return !node.operand.isEmpty() && value.contains(node.operand);
+        return !needle.empty() && haystack.size() >= needle.size()
+               && haystack.find(needle) != std::u16string_view::npos;
     }
     return false;
 }

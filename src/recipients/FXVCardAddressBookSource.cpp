@@ -7,8 +7,6 @@
 #include <QSet>
 #include <QUrl>
 
-#include <algorithm>
-
 namespace {
 
 constexpr int maxFolderDepth = 2;
@@ -24,10 +22,10 @@ bool isVCardFile(const QString &name)
 FXVCardAddressBookSource::FXVCardAddressBookSource(QObject *parent)
     : FXAddressBookSource(parent)
 {
-    connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this,
-            &FXVCardAddressBookSource::markChanged);
-    connect(&m_watcher, &QFileSystemWatcher::fileChanged, this,
-            &FXVCardAddressBookSource::markChanged);
+    m_rescanTimer.setSingleShot(true);
+    m_rescanTimer.setInterval(rescanDelayMs);
+    connect(&m_rescanTimer, &QTimer::timeout, this, &FXVCardAddressBookSource::rescanAfterEvents);
+    connect(&m_watcher, &FXFolderWatcher::changed, this, &FXVCardAddressBookSource::folderChanged);
 }
 
 QString FXVCardAddressBookSource::expandedPath(const QString &path)
@@ -57,23 +55,34 @@ void FXVCardAddressBookSource::setPaths(const QStringList &paths)
     if (expanded == m_paths)
         return;
     m_paths = expanded;
+    m_listedPaths = QSet<QString>(m_paths.begin(), m_paths.end());
     m_reportedMissing.clear();
-    markChanged();
-}
-
-void FXVCardAddressBookSource::markChanged()
-{
     m_dirty = true;
     Q_EMIT changed();
 }
 
 QList<FXAddressBookPerson> FXVCardAddressBookSource::people()
 {
-    if (m_dirty) {
-        m_dirty = false;
+    if (m_dirty)
         rescan();
-    }
     return m_people;
+}
+
+void FXVCardAddressBookSource::folderChanged(const QString &folder, const QString &name,
+                                             bool isFolder)
+{
+    // Editors' and synchronisers' temporary files come and go without changing a card; only
+    // vCard files, folders and the listed paths themselves matter.
+    const bool relevant = isFolder || name.isEmpty() || isVCardFile(name)
+                          || m_listedPaths.contains(folder + u'/' + name);
+    if (relevant)
+        m_rescanTimer.start();
+}
+
+void FXVCardAddressBookSource::rescanAfterEvents()
+{
+    if (rescan())
+        Q_EMIT changed();
 }
 
 void FXVCardAddressBookSource::collectFolder(const QString &folder, int depth, QStringList *files,
@@ -96,8 +105,9 @@ void FXVCardAddressBookSource::collectFolder(const QString &folder, int depth, Q
     }
 }
 
-void FXVCardAddressBookSource::rescan()
+bool FXVCardAddressBookSource::rescan()
 {
+    m_dirty = false;
     QStringList files;
     QStringList folders;
     for (const QString &path : std::as_const(m_paths)) {
@@ -123,6 +133,7 @@ void FXVCardAddressBookSource::rescan()
     if (files.size() >= maxFiles)
         qCWarning(lcRecipients, "More than %d vCard files; the rest are ignored", maxFiles);
 
+    bool anyChange = false;
     QHash<QString, CachedFile> current;
     for (const QString &file : std::as_const(files)) {
         const QFileInfo info(file);
@@ -130,6 +141,7 @@ void FXVCardAddressBookSource::rescan()
         const bool unchanged = cached.size == info.size() && cached.modified == info.lastModified()
                                && cached.metadataChanged == info.metadataChangeTime();
         if (!unchanged) {
+            anyChange = true;
             cached = CachedFile();
             cached.size = info.size();
             cached.modified = info.lastModified();
@@ -147,7 +159,12 @@ void FXVCardAddressBookSource::rescan()
         }
         current.insert(file, cached);
     }
+    // Whatever is left in the old table was removed.
+    anyChange = anyChange || !m_files.isEmpty();
     m_files = current;
+    m_watcher.setFolders(folders);
+    if (!anyChange)
+        return false;
 
     // Persons in file order; the same UID in two files is one person (the first copy).
     m_people.clear();
@@ -176,27 +193,5 @@ void FXVCardAddressBookSource::rescan()
             }
         }
     }
-    watch(folders, files);
-}
-
-void FXVCardAddressBookSource::watch(const QStringList &folders, const QStringList &files)
-{
-    QSet<QString> wanted(folders.begin(), folders.end());
-    for (qsizetype i = 0; i < files.size() && i < maxWatchedFiles; ++i)
-        wanted.insert(files.at(i));
-    QStringList obsolete;
-    for (const QString &path : m_watcher.files() + m_watcher.directories()) {
-        if (!wanted.remove(path))
-            obsolete.append(path);
-    }
-    if (!obsolete.isEmpty())
-        m_watcher.removePaths(obsolete);
-    if (!wanted.isEmpty()) {
-        QStringList add(wanted.begin(), wanted.end());
-        std::sort(add.begin(), add.end());
-        const QStringList failed = m_watcher.addPaths(add);
-        if (!failed.isEmpty())
-            qCDebug(lcRecipients, "%lld vCard paths cannot be watched",
-                    static_cast<long long>(failed.size()));
-    }
+    return true;
 }

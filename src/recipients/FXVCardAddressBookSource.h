@@ -1,16 +1,19 @@
 #pragma once
 
 #include "FXAddressBookSource.h"
+#include "FXFolderWatcher.h"
 #include "FXVCardReader.h"
 
 #include <QDateTime>
-#include <QFileSystemWatcher>
 #include <QHash>
+#include <QSet>
 #include <QStringList>
+#include <QTimer>
 
 // The persons of the vCard files the user listed in "vCardSources": files, and folders of
 // .vcf files as CardDAV synchronisers keep them (subfolders included, two levels deep).
-// Watched for changes; only files whose size or times changed are read again.
+// Watched for changes; only files whose size or times changed are read again, and changed()
+// is emitted only when a vCard really changed, not for other activity in the folders.
 class FXVCardAddressBookSource : public FXAddressBookSource
 {
     Q_OBJECT
@@ -18,9 +21,9 @@ class FXVCardAddressBookSource : public FXAddressBookSource
 public:
     // Beyond this many files in all listed folders the rest are ignored.
     static constexpr int maxFiles = 100000;
-    // Single files are watched up to this many (folders always): in-place edits of files in
-    // larger collections are noticed when the folder changes.
-    static constexpr int maxWatchedFiles = 4000;
+    // Quiet time after the last event in a folder before it is looked at again: a writer
+    // replacing a file produces several events.
+    static constexpr int rescanDelayMs = 50;
 
     explicit FXVCardAddressBookSource(QObject *parent = nullptr);
 
@@ -29,6 +32,10 @@ public:
 
     QList<FXAddressBookPerson> people() override;
     QString sourceName() const override { return QStringLiteral("vCard files"); }
+
+    const FXFolderWatcher &folderWatcher() const { return m_watcher; }
+    // A relevant change was seen and is about to be looked at.
+    bool isRescanPending() const { return m_rescanTimer.isActive(); }
 
     // "~/x" and "$HOME"-less relative paths resolved against the home folder.
     static QString expandedPath(const QString &path);
@@ -43,13 +50,16 @@ private:
         FXVCardReader::Contents contents;
     };
 
-    void markChanged();
-    void rescan();
+    void folderChanged(const QString &folder, const QString &name, bool isFolder);
+    void rescanAfterEvents();
+    // True when any file was added, removed or changed since the last scan.
+    bool rescan();
     void collectFolder(const QString &folder, int depth, QStringList *files, QStringList *folders);
-    void watch(const QStringList &folders, const QStringList &files);
 
     QStringList m_paths;
-    QFileSystemWatcher m_watcher;
+    QSet<QString> m_listedPaths;
+    FXFolderWatcher m_watcher;
+    QTimer m_rescanTimer;
     QHash<QString, CachedFile> m_files;
     QList<FXAddressBookPerson> m_people;
     QSet<QString> m_reportedMissing;

@@ -485,7 +485,15 @@ bool FXVCardReader::readFile(const QString &path, Contents *contents, QString *e
         *error = QStringLiteral("larger than %1 bytes").arg(maxFileBytes);
         return false;
     }
-    const QByteArray data = file.read(maxFileBytes + 1);
+    // Read in pieces: the size on disk may lie (a file still growing, a special file).
+    QByteArray data;
+    data.reserve(qBound<qint64>(0, file.size(), maxFileBytes));
+    while (data.size() <= maxFileBytes) {
+        const QByteArray piece = file.read(64 * 1024);
+        if (piece.isEmpty())
+            break;
+        data += piece;
+    }
     if (data.size() > maxFileBytes) {
         *error = QStringLiteral("larger than %1 bytes").arg(maxFileBytes);
         return false;

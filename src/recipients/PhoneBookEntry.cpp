@@ -73,14 +73,16 @@ const QString &PhoneBookEntry::value(Key key) const
     return index < textKeyCount ? m_values[index] : nullString();
 }
 
-QString PhoneBookEntry::foldedValue(Key key) const
+void PhoneBookEntry::foldLazily(int index) const
 {
-    const int index = int(key);
-    if (index >= textKeyCount)
-        return QString();
-    if (isSearchedKey(key))
-        return m_folded[index];
-    return FXPredicate::foldedString(m_values[index]);
+    m_folded[index] =
+        m_values[index].isNull() ? QString() : FXPredicate::foldedString(m_values[index]);
+    m_foldedValid |= 1u << index;
+}
+
+const QString &PhoneBookEntry::nullText()
+{
+    return nullString();
 }
 
 void PhoneBookEntry::setValue(Key key, const QString &value)
@@ -89,8 +91,12 @@ void PhoneBookEntry::setValue(Key key, const QString &value)
     if (index >= textKeyCount)
         return;
     m_values[index] = value;
-    if (isSearchedKey(key))
-        m_folded[index] = value.isNull() ? QString() : FXPredicate::foldedString(value);
+    if (isSearchedKey(key)) {
+        foldLazily(index);
+    } else {
+        m_folded[index] = QString();
+        m_foldedValid &= ~(1u << index);
+    }
 }
 
 QVariant PhoneBookEntry::valueForKey(const QString &key) const
@@ -183,6 +189,7 @@ QList<PhoneBookEntryPtr>
 PhoneBookEntry::entriesWithABRecords(const QList<FXAddressBookPerson> &records)
 {
     FXPersonImageCache &cache = FXPersonImageCache::sharedCache();
+    QHash<QString, QString> labels;
     QList<PhoneBookEntryPtr> entries;
     for (const FXAddressBookPerson &person : records) {
         if (person.phones.isEmpty())
@@ -205,18 +212,23 @@ PhoneBookEntry::entriesWithABRecords(const QList<FXAddressBookPerson> &records)
         information += person.groups;
         const QString searchable = information.join(u' ');
 
+        // The person's part is set (and folded) once and shared by all its numbers.
+        PhoneBookEntry common;
+        common.setValue(Key::ABRecordID, person.uniqueId);
+        common.setValue(Key::firstName, person.firstName);
+        common.setValue(Key::middleName, person.middleName);
+        common.setValue(Key::lastName, person.lastName);
+        common.setValue(Key::companyName, person.organization);
+        common.setPersonImage(small);
+        common.setBigImage(big);
+        common.setValue(Key::searchableInformation, searchable);
         for (const FXAddressBookPerson::Phone &phone : person.phones) {
-            auto entry = PhoneBookEntryPtr::create();
-            entry->setValue(Key::ABRecordID, person.uniqueId);
-            entry->setValue(Key::firstName, person.firstName);
-            entry->setValue(Key::middleName, person.middleName);
-            entry->setValue(Key::lastName, person.lastName);
-            entry->setValue(Key::companyName, person.organization);
-            entry->setPersonImage(small);
-            entry->setBigImage(big);
-            entry->setValue(Key::searchableInformation, searchable);
+            auto entry = PhoneBookEntryPtr::create(common);
             entry->setValue(Key::uniqueID, phone.identifier);
-            entry->setValue(Key::phoneLabel, localizedPropertyOrLabel(phone.label));
+            auto label = labels.constFind(phone.label);
+            if (label == labels.constEnd())
+                label = labels.insert(phone.label, localizedPropertyOrLabel(phone.label));
+            entry->setValue(Key::phoneLabel, label.value());
             entry->setValue(Key::phoneNumber, phone.value);
             entry->updateDependentValues();
             entries.append(entry);

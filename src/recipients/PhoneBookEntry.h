@@ -44,8 +44,17 @@ public:
 
     // Text keys only (an image key answers a null text). Absent values are null texts.
     const QString &value(Key key) const;
-    // The value folded for comparisons that ignore case and diacritics.
-    QString foldedValue(Key key) const;
+    // The value folded for comparisons that ignore case and diacritics. The searched keys
+    // are folded when set, the others on first use.
+    const QString &foldedValue(Key key) const
+    {
+        const int index = int(key);
+        if (index >= textKeyCount)
+            return nullText();
+        if (!(m_foldedValid & (1u << index)))
+            foldLazily(index);
+        return m_folded[index];
+    }
     void setValue(Key key, const QString &value);
 
     // Generic access by key name: texts as QString, images as QImage, invalid when absent.
@@ -97,10 +106,13 @@ public:
 
 private:
     QStringList nameParts() const;
+    void foldLazily(int index) const;
+    static const QString &nullText();
 
     std::array<QString, textKeyCount> m_values;
-    // Folded copies of the keys the live search reads, kept in step by setValue().
-    std::array<QString, textKeyCount> m_folded;
+    // Folded copies, kept in step by setValue(); a clear bit marks a copy not made yet.
+    mutable std::array<QString, textKeyCount> m_folded;
+    mutable quint32 m_foldedValid = 0;
     QImage m_personImage;
     QImage m_bigImage;
 };

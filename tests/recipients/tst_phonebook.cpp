@@ -6,6 +6,7 @@
 #include "recipients/FXAddressBook.h"
 #include "recipients/FXPhoneNumber.h"
 #include "recipients/FXRecipientSearch.h"
+#include "recipients/FXVCardAddressBookSource.h"
 #include "recipients/PhoneBook.h"
 #include "service/FBUserDefaults.h"
 
@@ -279,6 +280,36 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(contactsFolder() + QStringLiteral("/burst-0.vcf")));
         QTRY_COMPARE_WITH_TIMEOUT(changes.count(), 2, watchTimeoutMs);
         QVERIFY(entriesOf(QStringLiteral("vcard:burst-0")).isEmpty());
+    }
+
+    // Only vCard files, folders and listed paths make the folder worth reading again.
+    void otherFilesInTheFolderAreIgnored_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("relevant");
+        QTest::newRow("notes") << "notes.txt" << false;
+        QTest::newRow("synchroniser's temporary file") << ".sync-tmp-4711" << false;
+        QTest::newRow("vCard") << "new-card.vcf" << true;
+        QTest::newRow("vCard, upper case") << "OTHER.VCF" << true;
+        QTest::newRow("folder") << "new-folder" << true;
+    }
+    void otherFilesInTheFolderAreIgnored()
+    {
+        QFETCH(QString, name);
+        QFETCH(bool, relevant);
+        const FXVCardAddressBookSource *source =
+            PhoneBook::sharedInstance()->addressBook()->vCardFiles();
+        QSignalSpy events(&source->folderWatcher(), &FXFolderWatcher::changed);
+        const QString path = contactsFolder() + u'/' + name;
+        if (name.contains(u'.'))
+            QVERIFY(writeFile(path, "BEGIN:VCARD\r\nN:X\r\nEND:VCARD\r\n"));
+        else
+            QVERIFY(QDir().mkdir(path));
+        QVERIFY(events.wait(watchTimeoutMs));
+        QCOMPARE(source->isRescanPending(), relevant);
+        // Gone again before the folder is read: nothing to announce.
+        QVERIFY(name.contains(u'.') ? QFile::remove(path) : QDir().rmdir(path));
+        QTRY_VERIFY_WITH_TIMEOUT(!source->isRescanPending(), watchTimeoutMs);
     }
 
     void changedSettingIsFollowed()
