@@ -2,6 +2,8 @@
 #include "recipients/FXVCardReader.h"
 
 #include <QBuffer>
+#include <QDir>
+#include <QRandomGenerator>
 #include <QImage>
 #include <QTest>
 
@@ -232,6 +234,50 @@ private Q_SLOTS:
         QVERIFY2(FXVCardReader::readData(data, QStringLiteral("/x.vcf"), &contents, &error),
                  qPrintable(error));
         QCOMPARE(describeAll(contents.persons), persons);
+    }
+
+    // Damaged copies of every fixture: whatever the damage, the reader answers (persons, or
+    // an error) without faulting; the sanitizer build checks the memory side.
+    void damagedFilesNeverFault()
+    {
+        const QDir fixtures(TestEnvironment::dataDir() + QStringLiteral("/recipients/vcards"));
+        QRandomGenerator random(4711);
+        const QByteArray specials[] = {"\r\n", "\n ", "=", ";", ":", "\\", "\xC3", "\xFF\xFE",
+                                       "BEGIN:VCARD\n", "END:VCARD\n", "ENCODING=QUOTED-PRINTABLE",
+                                       "CHARSET=UTF-16", "PHOTO;ENCODING=b:", "item1.", QByteArray(1, '\0')};
+        int readable = 0;
+        for (const QString &name : fixtures.entryList({"*.vcf"}, QDir::Files)) {
+            QFile file(fixtures.filePath(name));
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            const QByteArray original = file.readAll();
+            for (int round = 0; round < 300; ++round) {
+                QByteArray data = original;
+                for (int edits = 1 + random.bounded(4); edits > 0 && !data.isEmpty(); --edits) {
+                    const qsizetype at = random.bounded(data.size());
+                    switch (random.bounded(4)) {
+                    case 0:
+                        data[at] = char(random.bounded(256));
+                        break;
+                    case 1:
+                        data.truncate(at);
+                        break;
+                    case 2:
+                        data.insert(at, specials[random.bounded(int(std::size(specials)))]);
+                        break;
+                    default:
+                        data.remove(at, random.bounded(1, 40));
+                        break;
+                    }
+                }
+                FXVCardReader::Contents contents;
+                QString error;
+                if (FXVCardReader::readData(data, QStringLiteral("/fuzz.vcf"), &contents, &error))
+                    ++readable;
+                else
+                    QVERIFY(!error.isEmpty());
+            }
+        }
+        QVERIFY(readable > 0);
     }
 
     void labelsForTypes_data()
