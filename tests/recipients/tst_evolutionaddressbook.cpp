@@ -75,11 +75,23 @@ private:
         return result;
     }
 
-    // Waits for the next change notification; fails on a second one for the same burst,
-    // which a sentinel change after it would reveal.
-    bool waitForOneNotification(QSignalSpy &spy)
+    // Adds a contact and waits until the phone book has announced it. The notification is
+    // queued after the update, so waiting for the data alone could leave it on its way.
+    QString addContactAndWait(const QByteArray &vcard)
     {
-        return spy.wait(edsTimeoutMs) && spy.count() == 1;
+        QSignalSpy changes(PhoneBook::sharedInstance(), &PhoneBook::PhoneBookDidChangeNotification);
+        const QString uid = addContact(vcard);
+        return !uid.isEmpty() && changes.wait(edsTimeoutMs) ? uid : QString();
+    }
+
+    static QList<PhoneBookEntryPtr> entriesOfContact(const QString &uid)
+    {
+        QList<PhoneBookEntryPtr> entries;
+        for (const auto &entry : PhoneBook::sharedInstance()->allEntries()) {
+            if (entry->ABRecordID().endsWith(u':' + uid))
+                entries.append(entry);
+        }
+        return entries;
     }
 
 private Q_SLOTS:
@@ -110,7 +122,9 @@ private Q_SLOTS:
         QVERIFY(system);
         QSignalSpy changes(book, &PhoneBook::PhoneBookDidChangeNotification);
         QTRY_VERIFY_WITH_TIMEOUT(system->isLoaded(), edsTimeoutMs);
-        QTRY_COMPARE_WITH_TIMEOUT(lastNames(), QStringList{"Anfang"}, edsTimeoutMs);
+        // Arrived, and announced: no notification of the first load is still on its way.
+        QTRY_VERIFY_WITH_TIMEOUT(!changes.isEmpty() && lastNames() == QStringList{"Anfang"},
+                                 edsTimeoutMs);
         QCOMPARE(numbersOf(QString()).size(), 2);
     }
 
@@ -125,7 +139,8 @@ private Q_SLOTS:
                                     + "\nEND:VCARD\n";
             QVERIFY(!addContact(card).isEmpty());
         }
-        QVERIFY(waitForOneNotification(changes));
+        QVERIFY(changes.wait(edsTimeoutMs));
+        QCOMPARE(changes.count(), 1);
         QCOMPARE(lastNames(),
                  QStringList({"Anfang", "Bach", "Chopin", "Dvorak", "Elgar", "Faure"}));
 
@@ -139,15 +154,12 @@ private Q_SLOTS:
     void changedContactChangesItsEntries()
     {
         PhoneBook *book = PhoneBook::sharedInstance();
-        const QString uid = addContact(
+        const QString uid = addContactAndWait(
             "BEGIN:VCARD\nVERSION:3.0\nN:Holst;Gustav\nNICKNAME:Planets\nTEL;TYPE=CELL:+49 171 "
             "11\nTEL;TYPE=WORK:+33 1 22\nEND:VCARD\n");
         QVERIFY(!uid.isEmpty());
-        QTRY_COMPARE_WITH_TIMEOUT(numbersOf(u':' + uid),
-                                  QStringList({"mobile=017111", "work=+33122"}), edsTimeoutMs);
-        const auto before = book->filteredEntriesUsingPredicate(
-            FXPredicate::comparison(QStringLiteral("ABRecordID"), QStringLiteral("="),
-                                    book->allEntries().last()->ABRecordID()));
+        QCOMPARE(numbersOf(u':' + uid), QStringList({"mobile=017111", "work=+33122"}));
+        const auto before = entriesOfContact(uid);
         QCOMPARE(before.size(), 2);
         const QString keptId = before.at(0)->uniqueID();
         const QString changedId = before.at(1)->uniqueID();
@@ -170,6 +182,7 @@ private Q_SLOTS:
 
         QVERIFY(changes.wait(edsTimeoutMs));
         QCOMPARE(numbersOf(u':' + uid), QStringList({"mobile=017111", "work=+33199"}));
+        // Entries of one person, as the token menu finds them.
         const auto after = book->filteredEntriesUsingPredicate(FXPredicate::comparison(
             QStringLiteral("ABRecordID"), QStringLiteral("="), before.at(0)->ABRecordID()));
         QCOMPARE(after.size(), 2);
@@ -191,8 +204,9 @@ private Q_SLOTS:
                                                               QStringLiteral("0800 123"), false);
         book->addEntry(adHoc);
         const QString uid =
-            addContact("BEGIN:VCARD\nVERSION:3.0\nN:Ives;Charles\nTEL:0711 5\nEND:VCARD\n");
-        QTRY_COMPARE_WITH_TIMEOUT(numbersOf(u':' + uid).size(), 1, edsTimeoutMs);
+            addContactAndWait("BEGIN:VCARD\nVERSION:3.0\nN:Ives;Charles\nTEL:0711 5\nEND:VCARD\n");
+        QVERIFY(!uid.isEmpty());
+        QCOMPARE(entriesOfContact(uid).size(), 1);
 
         QSignalSpy changes(book, &PhoneBook::PhoneBookDidChangeNotification);
         GError *error = nullptr;
