@@ -210,21 +210,6 @@ private Q_SLOTS:
         }
         QCOMPARE(names, found);
     }
-
-    void searchPredicateShape()
-    {
-        const QString format =
-            FXRecipientSearch::searchPredicateForSearchString(QStringLiteral("x, 030"))
-                .predicateFormat();
-        // Every clause reads the piece after the comma; the number clause that repeats the
-        // unified-number comparison is kept once.
-        QCOMPARE(format,
-                 QStringLiteral("lastName BEGINSWITH[cd] \"030\" OR firstName BEGINSWITH[cd]"
-                                " \"030\" OR middleName BEGINSWITH[cd] \"030\" OR"
-                                " companyName BEGINSWITH[cd] \"030\" OR phoneNumber"
-                                " CONTAINS[cd] \"030\" OR unifiedPhoneNumber CONTAINS[cd]"
-                                " \"030\" OR searchableInformation CONTAINS[cd] \"030\""));
-    }
 };
 
 QTEST_GUILESS_MAIN(TestFXPredicate)

@@ -170,17 +170,6 @@ private Q_SLOTS:
         QVERIFY(contents.persons.isEmpty());
     }
 
-    void brokenFixtures()
-    {
-        for (const char *name : {"broken-truncated.vcf", "broken-binary.vcf"}) {
-            FXVCardReader::Contents contents;
-            QString error;
-            QVERIFY2(!FXVCardReader::readFile(fixture(QLatin1String(name)), &contents, &error),
-                     name);
-            QVERIFY(!error.isEmpty());
-        }
-    }
-
     // Cards that are odd in one way; each is read to the person named.
     void oddCards_data()
     {

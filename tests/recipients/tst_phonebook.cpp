@@ -168,11 +168,6 @@ private Q_SLOTS:
                            QString::fromUtf8("Ayşe Öztürk 040123457")};
         QTest::newRow("stroke letter")
             << "lac" << QStringList{QString::fromUtf8("Ćwiek Łącki +4822123")};
-        QTest::newRow("number fragment")
-            << "9999" << QStringList{"Zofia Kowalski 03419999", "Zofia Kowalski 03419999"};
-        QTest::newRow("group") << "nachbarn"
-                               << QStringList{"Hanna Maria Schulz 0160555",
-                                              "Hanna Maria Schulz 030555"};
         QTest::newRow("empty piece") << "Anna," << QStringList{};
     }
     void searchFindsEntries()
