@@ -3,8 +3,8 @@
 
 #include <QBuffer>
 #include <QDir>
-#include <QRandomGenerator>
 #include <QImage>
+#include <QRandomGenerator>
 #include <QTest>
 
 namespace {
@@ -231,9 +231,21 @@ private Q_SLOTS:
     {
         const QDir fixtures(TestEnvironment::dataDir() + QStringLiteral("/recipients/vcards"));
         QRandomGenerator random(4711);
-        const QByteArray specials[] = {"\r\n", "\n ", "=", ";", ":", "\\", "\xC3", "\xFF\xFE",
-                                       "BEGIN:VCARD\n", "END:VCARD\n", "ENCODING=QUOTED-PRINTABLE",
-                                       "CHARSET=UTF-16", "PHOTO;ENCODING=b:", "item1.", QByteArray(1, '\0')};
+        const QByteArray specials[] = {"\r\n",
+                                       "\n ",
+                                       "=",
+                                       ";",
+                                       ":",
+                                       "\\",
+                                       "\xC3",
+                                       "\xFF\xFE",
+                                       "BEGIN:VCARD\n",
+                                       "END:VCARD\n",
+                                       "ENCODING=QUOTED-PRINTABLE",
+                                       "CHARSET=UTF-16",
+                                       "PHOTO;ENCODING=b:",
+                                       "item1.",
+                                       QByteArray(1, '\0')};
         int readable = 0;
         for (const QString &name : fixtures.entryList({"*.vcf"}, QDir::Files)) {
             QFile file(fixtures.filePath(name));
