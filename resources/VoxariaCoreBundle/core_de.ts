@@ -94,6 +94,11 @@
         <extracomment>Label of a number typed by hand, not from the address book.</extracomment>
         <translation>Telefon</translation>
     </message>
+    <message id="iphone">
+        <source>iphone</source>
+        <extracomment>Address book label of a phone number (Apple's "iPhone" type).</extracomment>
+        <translation>iPhone</translation>
+    </message>
     <message id="mobile">
         <source>mobile</source>
         <extracomment>Address book label of a phone number (vCard TEL type CELL).</extracomment>
