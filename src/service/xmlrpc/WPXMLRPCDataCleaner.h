@@ -19,7 +19,7 @@ public:
     static QString stringFromData(const QByteArray &data);
     // Returns the number of characters cut.
     static qsizetype cutBeforeXmlDeclaration(QString &text);
-    static QString cleanCharactersForXML(const QString &text);
+    static QString cleanCharactersForXML(QString text);
     static QString closeTruncatedResponse(const QString &text, qsizetype charactersCut);
 
 private:
