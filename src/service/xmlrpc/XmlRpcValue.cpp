@@ -225,7 +225,7 @@ qint64 XmlRpcValue::toInt(qint64 defaultValue) const
         return defaultValue;
     }
     case Type::String:
-        return integerFromText(std::get<Utf8>(m_data).text);
+        return integerFromText(std::get<Utf8>(m_data).text.trimmed());
     default:
         return defaultValue;
     }
@@ -241,7 +241,7 @@ double XmlRpcValue::toDouble(double defaultValue) const
     case Type::Double:
         return std::get<double>(m_data);
     case Type::String:
-        return doubleFromText(std::get<Utf8>(m_data).text);
+        return doubleFromText(std::get<Utf8>(m_data).text.trimmed());
     default:
         return defaultValue;
     }

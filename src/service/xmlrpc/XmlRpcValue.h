@@ -108,9 +108,11 @@ public:
     QByteArray toUtf8() const;
     QByteArray toByteArray() const;
     // An integer as itself; a boolean as 0 or 1; a finite number in range without its
-    // fraction; a string read like an "int" text (see above); anything else is defaultValue.
+    // fraction; a string read like an "int" text (see above, after trimming); anything else is
+    // defaultValue.
     qint64 toInt(qint64 defaultValue = 0) const;
-    // Any number; a string read like a "double" text; anything else is defaultValue.
+    // Any number; a string read like a "double" text (after trimming); anything else is
+    // defaultValue.
     double toDouble(double defaultValue = 0.0) const;
     // A boolean; an integer other than 0; anything else false.
     bool toBool() const;
