@@ -6,6 +6,7 @@
 #include <QIODevice>
 
 #include <array>
+#include <cstring>
 
 namespace {
 
@@ -24,6 +25,19 @@ constexpr std::array<signed char, 256> decodingTable()
 }
 
 constexpr auto kDecodingTable = decodingTable();
+
+constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+// The two digits of every 12-bit group: three bytes become two lookups.
+constexpr std::array<std::array<char, 2>, 4096> digitPairs()
+{
+    std::array<std::array<char, 2>, 4096> table{};
+    for (int i = 0; i < 4096; ++i)
+        table[i] = {kAlphabet[i >> 6], kAlphabet[i & 63]};
+    return table;
+}
+
+constexpr auto kDigitPairs = digitPairs();
 
 void setError(FXError *error, WPBase64Utils::ErrorCode code, const QString &description)
 {
@@ -74,7 +88,31 @@ bool encodeChunks(QIODevice *device, const WPBase64Utils::ChunkHandler &handler,
 
 QByteArray WPBase64Utils::encodeData(QByteArrayView data)
 {
-    return QByteArray::fromRawData(data.data(), data.size()).toBase64();
+    const auto *in = reinterpret_cast<const unsigned char *>(data.data());
+    const qsizetype size = data.size();
+    QByteArray result((size + 2) / 3 * 4, Qt::Uninitialized);
+    char *out = result.data();
+    qsizetype i = 0;
+    for (; i + 3 <= size; i += 3) {
+        const quint32 group = quint32(in[i]) << 16 | quint32(in[i + 1]) << 8 | in[i + 2];
+        std::memcpy(out, kDigitPairs[group >> 12].data(), 2);
+        std::memcpy(out + 2, kDigitPairs[group & 0xFFF].data(), 2);
+        out += 4;
+    }
+    if (size - i == 1) {
+        const quint32 group = quint32(in[i]) << 16;
+        *out++ = kAlphabet[group >> 18];
+        *out++ = kAlphabet[(group >> 12) & 63];
+        *out++ = '=';
+        *out++ = '=';
+    } else if (size - i == 2) {
+        const quint32 group = quint32(in[i]) << 16 | quint32(in[i + 1]) << 8;
+        *out++ = kAlphabet[group >> 18];
+        *out++ = kAlphabet[(group >> 12) & 63];
+        *out++ = kAlphabet[(group >> 6) & 63];
+        *out++ = '=';
+    }
+    return result;
 }
 
 QByteArray WPBase64Utils::decodeString(QByteArrayView text)

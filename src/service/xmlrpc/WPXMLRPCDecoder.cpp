@@ -11,8 +11,9 @@
 
 namespace {
 
-// Expat takes lengths as int.
-constexpr qsizetype kParseSlice = qsizetype(1) << 30;
+// Expat copies what it is given into a buffer of its own, so a large document is handed
+// over in slices: the buffer stays small instead of holding a second copy of the document.
+constexpr qsizetype kParseSlice = 512 * 1024;
 
 bool is(const char *element, const char *name)
 {
@@ -52,6 +53,7 @@ public:
     {
         if (!m_parser)
             return false;
+        m_size = bytes.size();
         qsizetype offset = 0;
         do {
             const qsizetype length = std::min(bytes.size() - offset, kParseSlice);
@@ -155,9 +157,11 @@ private:
         ParsePass *pass = self(userData);
         if (pass->m_refused)
             return;
-        if (pass->m_handler == Handler::Node)
-            pass->m_current->foundCharacters(text, length);
-        else if (pass->m_handler == Handler::Frame && pass->m_inMethodName)
+        if (pass->m_handler == Handler::Node) {
+            const qsizetype remaining =
+                pass->m_size - qsizetype(XML_GetCurrentByteIndex(pass->m_parser)) - length;
+            pass->m_current->foundCharacters(text, length, remaining);
+        } else if (pass->m_handler == Handler::Frame && pass->m_inMethodName)
             pass->m_methodName.append(text, length);
     }
 
@@ -210,6 +214,7 @@ private:
     }
 
     XML_Parser m_parser;
+    qsizetype m_size = 0;
     Handler m_handler = Handler::Frame;
     std::unique_ptr<WPXMLRPCDecoderDelegate> m_root;
     WPXMLRPCDecoderDelegate *m_current = nullptr;

@@ -4,9 +4,13 @@
 
 #include <QChar>
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
+
+// Texts beyond this size reserve room for the rest of the document.
+constexpr qsizetype kLargeText = 64 * 1024;
 
 bool is(const char *element, const char *name)
 {
@@ -106,14 +110,19 @@ WPXMLRPCDecoderDelegate *WPXMLRPCDecoderDelegate::didStartElement(const char *el
         }
         return this;
     }
+    // Only the innermost node collects text, so only it may hold room for more.
+    releaseReservedRoom();
     m_children.push_back(std::make_unique<WPXMLRPCDecoderDelegate>(this, childOpener, childDepth));
     return m_children.back().get();
 }
 
-void WPXMLRPCDecoderDelegate::foundCharacters(const char *text, int length)
+void WPXMLRPCDecoderDelegate::foundCharacters(const char *text, int length, qsizetype remaining)
 {
     if (m_elementType == Array || m_elementType == Dictionary || m_elementType == Member)
         return;
+    const qsizetype needed = m_text.size() + length;
+    if (needed > m_text.capacity() && needed > kLargeText)
+        m_text.reserve(needed + std::max<qsizetype>(remaining, 0));
     m_text.append(text, length);
 }
 
@@ -139,6 +148,12 @@ void WPXMLRPCDecoderDelegate::releaseChild(WPXMLRPCDecoderDelegate *child)
             return;
         }
     }
+}
+
+void WPXMLRPCDecoderDelegate::releaseReservedRoom()
+{
+    if (m_text.capacity() > kLargeText && m_text.capacity() > m_text.size() + m_text.size() / 8)
+        m_text.squeeze();
 }
 
 QByteArrayView WPXMLRPCDecoderDelegate::trimmed(QByteArrayView utf8)
@@ -175,11 +190,13 @@ void WPXMLRPCDecoderDelegate::finish()
         m_elementValue = QString::fromUtf8(text);
         break;
     default: {
-        // Strings keep the collected bytes; only the trimmed ends are cut off, in place.
+        // Strings keep the collected bytes; only the trimmed ends are cut off, in place, and
+        // room reserved beyond the text is given back.
         const qsizetype offset = text.data() - m_text.constData();
         m_text.truncate(offset + text.size());
         m_text.remove(0, offset);
-        m_elementValue = XmlRpcValue::fromUtf8(std::move(m_text));
+        releaseReservedRoom();
+        m_elementValue = XmlRpcValue::fromUtf8(m_text);
         break;
     }
     }

@@ -46,7 +46,9 @@ public:
     // True when this node's own element ended; its value has then gone to its parent and the
     // parent receives the following events.
     bool didEndElement(const char *element);
-    void foundCharacters(const char *text, int length);
+    // `remaining` is how many bytes of the document are still to come: a text that grows
+    // large reserves room for as much at once, rather than doubling (and copying) its way up.
+    void foundCharacters(const char *text, int length, qsizetype remaining);
 
     // Drops a child that has ended (children are owned until then).
     void releaseChild(WPXMLRPCDecoderDelegate *child);
@@ -65,6 +67,7 @@ public:
 
 private:
     void finish();
+    void releaseReservedRoom();
     void addChildValue(WPXMLRPCDecoderDelegate &child);
 
     WPXMLRPCDecoderDelegate *m_parent;

@@ -44,15 +44,7 @@ public:
 
     void writeEscaped(QByteArrayView utf8)
     {
-        qsizetype runStart = 0;
-        for (qsizetype i = WPStringUtils::indexOfEscapable(utf8); i >= 0;
-             i = WPStringUtils::indexOfEscapable(utf8, i + 1)) {
-            write(utf8.sliced(runStart, i - runStart));
-            const char c = utf8[i];
-            write(c == '&' ? "&#38;" : c == '>' ? "&#62;" : "&#60;");
-            runStart = i + 1;
-        }
-        write(utf8.sliced(runStart));
+        WPStringUtils::escapeUtf8(utf8, [this](QByteArrayView piece) { write(piece); });
     }
 
     bool flush()

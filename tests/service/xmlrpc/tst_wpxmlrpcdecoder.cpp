@@ -181,6 +181,11 @@ private Q_SLOTS:
             << QByteArray("<?xml version=\"1.0\"?><methodResponse><params><param>"
                           "<value><i4>5</i4></value>")
             << XmlRpcValue(5);
+        // Larger than the parser's slices, with characters of every UTF-8 length across them.
+        const QString large = QStringLiteral("äb€😀 <&").repeated(200000);
+        QTest::newRow("large text across slices") << response(
+            "<value><string>\n " + large.toUtf8().replace("&", "&amp;").replace("<", "&lt;")
+            + " \n</string></value>") << XmlRpcValue(large);
         QTest::newRow("not XML-RPC")
             << QByteArray("<html><body>502</body></html>") << XmlRpcValue();
     }

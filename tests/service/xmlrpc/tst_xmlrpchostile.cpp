@@ -168,6 +168,9 @@ private Q_SLOTS:
             "<value><struct>"
             + QByteArray("<member><name>k</name><value>v</value></member>").repeated(200000)
             + "</struct></value>") << false << XmlRpcValue(XmlRpcMap{{"k", "v"}});
+        QTest::newRow("large texts at every level")
+            << nested("<value>" + QByteArray(70000, 'a'), "<value>x</value>", "</value>", 100)
+            << false << XmlRpcValue(QByteArray(70000, 'a').constData());
         QTest::newRow("int of 100,000 digits")
             << response("<value><int>" + QByteArray(100000, '9') + "</int></value>") << false
             << XmlRpcValue(std::numeric_limits<qint64>::max());
