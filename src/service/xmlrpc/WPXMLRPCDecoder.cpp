@@ -141,9 +141,7 @@ private:
             if (!node->didEndElement(element))
                 break;
             pass->m_current = node->parent();
-            if (pass->m_current)
-                pass->m_current->releaseChild(node);
-            else
+            if (!pass->m_current)
                 pass->m_handler = Handler::Nobody; // the first value is complete
             break;
         }

@@ -52,27 +52,28 @@ qsizetype trailingSpaceLength(QByteArrayView text)
 WPXMLRPCDecoderDelegate::WPXMLRPCDecoderDelegate(WPXMLRPCDecoderDelegate *parent, Opener opener,
                                                  int depth)
     : m_parent(parent)
-    , m_opener(opener)
-    , m_depth(depth)
 {
-    m_children.reserve(1);
-    if (opener == Opener::Member)
-        m_elementType = Member;
-    else if (opener == Opener::Name)
-        m_elementType = Name;
+    reset(opener, depth);
+}
+
+void WPXMLRPCDecoderDelegate::reset(Opener opener, int depth)
+{
+    m_opener = opener;
+    m_depth = depth;
+    m_elementType = opener == Opener::Member ? Member : opener == Opener::Name ? Name : String;
+    m_elementKey = QString();
+    m_hasKey = false;
+    m_hasValue = false;
+    m_text = QByteArray();
+    m_elementValue = XmlRpcValue();
 }
 
 WPXMLRPCDecoderDelegate::~WPXMLRPCDecoderDelegate()
 {
     // Unwind the chain of open descendants without recursing once per level.
-    std::vector<std::unique_ptr<WPXMLRPCDecoderDelegate>> pending = std::move(m_children);
-    while (!pending.empty()) {
-        std::unique_ptr<WPXMLRPCDecoderDelegate> node = std::move(pending.back());
-        pending.pop_back();
-        for (auto &child : node->m_children)
-            pending.push_back(std::move(child));
-        node->m_children.clear();
-    }
+    std::unique_ptr<WPXMLRPCDecoderDelegate> next = std::move(m_child);
+    while (next)
+        next = std::move(next->m_child);
 }
 
 WPXMLRPCDecoderDelegate *WPXMLRPCDecoderDelegate::didStartElement(const char *element)
@@ -112,8 +113,12 @@ WPXMLRPCDecoderDelegate *WPXMLRPCDecoderDelegate::didStartElement(const char *el
     }
     // Only the innermost node collects text, so only it may hold room for more.
     releaseReservedRoom();
-    m_children.push_back(std::make_unique<WPXMLRPCDecoderDelegate>(this, childOpener, childDepth));
-    return m_children.back().get();
+    // Siblings follow one another, so the node of the last one serves the next.
+    if (m_child)
+        m_child->reset(childOpener, childDepth);
+    else
+        m_child = std::make_unique<WPXMLRPCDecoderDelegate>(this, childOpener, childDepth);
+    return m_child.get();
 }
 
 void WPXMLRPCDecoderDelegate::foundCharacters(const char *text, int length, qsizetype remaining)
@@ -135,19 +140,11 @@ bool WPXMLRPCDecoderDelegate::didEndElement(const char *element)
     if (!is(element, own))
         return false;
     finish();
-    if (m_parent)
+    if (m_parent) {
         m_parent->addChildValue(*this);
-    return true;
-}
-
-void WPXMLRPCDecoderDelegate::releaseChild(WPXMLRPCDecoderDelegate *child)
-{
-    for (auto it = m_children.rbegin(); it != m_children.rend(); ++it) {
-        if (it->get() == child) {
-            m_children.erase(std::next(it).base());
-            return;
-        }
+        m_elementValue = XmlRpcValue();
     }
+    return true;
 }
 
 void WPXMLRPCDecoderDelegate::releaseReservedRoom()
@@ -187,7 +184,7 @@ void WPXMLRPCDecoderDelegate::finish()
         m_elementValue = XmlRpcValue::fromBytes(WPBase64Utils::decodeString(text));
         break;
     case Name:
-        m_elementValue = QString::fromUtf8(text);
+        m_elementKey = QString::fromUtf8(text);
         break;
     default: {
         // Strings keep the collected bytes; only the trimmed ends are cut off, in place, and
@@ -219,7 +216,7 @@ void WPXMLRPCDecoderDelegate::addChildValue(WPXMLRPCDecoderDelegate &child)
         break;
     case Member:
         if (child.m_elementType == Name) {
-            m_elementKey = child.m_elementValue.toString();
+            m_elementKey = child.m_elementKey;
             m_hasKey = true;
         } else {
             m_elementValue = child.m_elementValue;

@@ -7,7 +7,6 @@
 #include <QString>
 
 #include <memory>
-#include <vector>
 
 // One node of a document being decoded: a "value", "member" or "name" element (or, for a
 // method call, the "params" after the method name). The decoder hands each parser event to
@@ -50,14 +49,13 @@ public:
     // large reserves room for as much at once, rather than doubling (and copying) its way up.
     void foundCharacters(const char *text, int length, qsizetype remaining);
 
-    // Drops a child that has ended (children are owned until then).
-    void releaseChild(WPXMLRPCDecoderDelegate *child);
-
     WPXMLRPCDecoderDelegate *parent() const { return m_parent; }
     ElementType elementType() const { return m_elementType; }
+    // A member's name (and a name node's own text).
     QString elementKey() const { return m_elementKey; }
-    // Once the node has ended: its value (the null value for an undecodable date). Before:
-    // the container being filled, or the null value for a scalar.
+    // Before the node ends: the container being filled, or the null value for a scalar. Once
+    // the outermost node has ended: the value of the document (the null value for an
+    // undecodable date); an inner node hands its value to its parent and keeps none.
     const XmlRpcValue &elementValue() const { return m_elementValue; }
     // 1 for the outermost "value", one more for each "value" inside it.
     int depth() const { return m_depth; }
@@ -66,15 +64,18 @@ public:
     static QByteArrayView trimmed(QByteArrayView utf8);
 
 private:
+    void reset(Opener opener, int depth);
     void finish();
     void releaseReservedRoom();
     void addChildValue(WPXMLRPCDecoderDelegate &child);
 
     WPXMLRPCDecoderDelegate *m_parent;
-    std::vector<std::unique_ptr<WPXMLRPCDecoderDelegate>> m_children;
+    // The child: open, or ended and kept to serve the next sibling (a struct of many members
+    // costs one node per level, not one per element).
+    std::unique_ptr<WPXMLRPCDecoderDelegate> m_child;
     ElementType m_elementType = String;
-    Opener m_opener;
-    int m_depth;
+    Opener m_opener = Opener::Value;
+    int m_depth = 0;
     QString m_elementKey;
     bool m_hasKey = false;
     bool m_hasValue = false;

@@ -8,13 +8,13 @@ XmlRpcMap::XmlRpcMap(std::initializer_list<std::pair<QString, XmlRpcValue>> memb
 
 const XmlRpcValue &XmlRpcMap::operator[](const QString &key) const
 {
-    const auto found = m_index.constFind(key);
+    const auto found = m_index.constFind(IndexKey{key});
     return found == m_index.cend() ? XmlRpcValue::null() : m_slots[*found].member.value;
 }
 
 XmlRpcValue XmlRpcMap::value(const QString &key, const XmlRpcValue &defaultValue) const
 {
-    const auto found = m_index.constFind(key);
+    const auto found = m_index.constFind(IndexKey{key});
     return found == m_index.cend() ? defaultValue : m_slots[*found].member.value;
 }
 
@@ -29,18 +29,18 @@ QStringList XmlRpcMap::keys() const
 
 void XmlRpcMap::insert(const QString &key, const XmlRpcValue &value)
 {
-    const auto found = m_index.constFind(key);
+    const auto found = m_index.constFind(IndexKey{key});
     if (found != m_index.cend()) {
         m_slots[*found].member.value = value;
         return;
     }
-    m_index.insert(key, qsizetype(m_slots.size()));
+    m_index.insert(IndexKey{key}, qsizetype(m_slots.size()));
     m_slots.push_back(Slot{Member{key, value}, false});
 }
 
 void XmlRpcMap::remove(const QString &key)
 {
-    const auto found = m_index.constFind(key);
+    const auto found = m_index.constFind(IndexKey{key});
     if (found == m_index.cend())
         return;
     Slot &slot = m_slots[*found];
@@ -64,7 +64,7 @@ void XmlRpcMap::compact()
     for (Slot &slot : m_slots) {
         if (slot.removed)
             continue;
-        m_index[slot.member.key] = qsizetype(live.size());
+        m_index[IndexKey{slot.member.key}] = qsizetype(live.size());
         live.push_back(std::move(slot));
     }
     m_slots = std::move(live);

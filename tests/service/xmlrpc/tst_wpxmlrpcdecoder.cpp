@@ -1,12 +1,13 @@
 #include "TestEnvironment.h"
-#include "service/FBLocalization.h"
 #include "service/xmlrpc/WPXMLRPCDataCleaner.h"
 #include "service/xmlrpc/WPXMLRPCDecoder.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QLoggingCategory>
 #include <QTest>
 #include <QTimeZone>
+#include <QTranslator>
 
 Q_DECLARE_METATYPE(XmlRpcValue)
 
@@ -57,12 +58,17 @@ class TestWPXMLRPCDecoder : public QObject
 {
     Q_OBJECT
 
+    QTranslator m_english;
+
 private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY(TestEnvironment::isIsolated());
         // Every refused prefix would log its parse error.
         QLoggingCategory::setFilterRules(QStringLiteral("faxolino.service.debug=false"));
+        // The English catalog, owned here so that it is gone again at the end.
+        QVERIFY(m_english.load(QStringLiteral(":/VoxariaCoreBundle/translations/core_en.qm")));
+        QCoreApplication::installTranslator(&m_english);
     }
 
     void documents_data()
@@ -300,7 +306,6 @@ private Q_SLOTS:
         QFETCH(qint64, code);
         QFETCH(QString, description);
 
-        QVERIFY(FBLocalization::installCoreCatalog(QLocale(QLocale::English)));
         const WPXMLRPCDecoder decoder(document);
         QCOMPARE(decoder.isFault(), isFault);
         QCOMPARE(decoder.faultCode(), faultCode);
