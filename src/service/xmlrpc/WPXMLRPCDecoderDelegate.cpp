@@ -70,7 +70,7 @@ void WPXMLRPCDecoderDelegate::reset(Opener opener, int depth)
 
 WPXMLRPCDecoderDelegate::~WPXMLRPCDecoderDelegate()
 {
-    // Unwind the chain of open descendants without recursing once per level.
+    // Unwind the chain of descendants without recursing once per level.
     std::unique_ptr<WPXMLRPCDecoderDelegate> next = std::move(m_child);
     while (next)
         next = std::move(next->m_child);

@@ -22,8 +22,9 @@ using XmlRpcList = QList<XmlRpcValue>;
 
 // One value of an XML-RPC document: what the encoder writes and what the decoder returns.
 //
-// Lists and maps are shared between copies until one of them is changed. Strings are kept as
-// UTF-8, the form in which they travel, so that a large text (a document as base-64) is never
+// Lists and maps are shared between copies until one of them is changed; like Qt's implicitly
+// shared types, a value may be read from several threads but changed only by one. Strings are kept
+// as UTF-8, the form in which they travel, so that a large text (a document as base-64) is never
 // widened to UTF-16 on its way through the codec. Maps keep their members in insertion order,
 // because the provider's request structs have a fixed member order.
 //
