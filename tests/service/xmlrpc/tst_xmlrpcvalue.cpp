@@ -153,26 +153,11 @@ private Q_SLOTS:
         QCOMPARE(iterated, expected.size());
     }
 
-    void escaping_data()
+    // The encoder's byte-level escaping is checked through its documents; this is the text form.
+    void escapingText()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("escaped");
-        QTest::newRow("plain") << "abc"
-                               << "abc";
-        QTest::newRow("all three") << "<a & b>"
-                                   << "&#60;a &#38; b&#62;";
-        QTest::newRow("reference stays literal") << "&#38;"
-                                                 << "&#38;#38;";
-        QTest::newRow("quotes untouched") << "\"'"
-                                          << "\"'";
-        QTest::newRow("long run") << QString(100, 'x') + "&" << QString(100, 'x') + "&#38;";
-    }
-    void escaping()
-    {
-        QFETCH(QString, text);
-        QFETCH(QString, escaped);
-        QCOMPARE(WPStringUtils::escapedStringWithString(text), escaped);
-        QCOMPARE(WPStringUtils::escapedUtf8(text.toUtf8()), escaped.toUtf8());
+        QCOMPARE(WPStringUtils::escapedStringWithString("<a & \"b\"> &#38;"),
+                 QStringLiteral("&#60;a &#38; \"b\"&#62; &#38;#38;"));
     }
 
     void unescaping_data()
@@ -197,27 +182,6 @@ private Q_SLOTS:
         QCOMPARE(WPStringUtils::unescapedStringWithString(text), unescaped);
     }
 
-    void base64_data()
-    {
-        QTest::addColumn<QByteArray>("data");
-        QTest::addColumn<QByteArray>("encoded");
-        QTest::newRow("empty") << QByteArray() << QByteArray();
-        QTest::newRow("f") << QByteArray("f") << QByteArray("Zg==");
-        QTest::newRow("fo") << QByteArray("fo") << QByteArray("Zm8=");
-        QTest::newRow("foo") << QByteArray("foo") << QByteArray("Zm9v");
-        QTest::newRow("foobar") << QByteArray("foobar") << QByteArray("Zm9vYmFy");
-        QTest::newRow("high bytes") << QByteArray("\xff\xfe\xfd") << QByteArray("//79");
-        QTest::newRow("plus") << QByteArray("\xfb\xef") << QByteArray("++8=");
-    }
-    void base64()
-    {
-        QFETCH(QByteArray, data);
-        QFETCH(QByteArray, encoded);
-        QCOMPARE(WPBase64Utils::encodeData(data), encoded);
-        QCOMPARE(WPBase64Utils::decodeString(QByteArrayView(encoded)), data);
-        QCOMPARE(WPBase64Utils::decodeString(QString::fromLatin1(encoded)), data);
-    }
-
     void base64RoundTrip()
     {
         for (qsizetype size = 0; size < 300; ++size) {
@@ -227,6 +191,7 @@ private Q_SLOTS:
             const QByteArray encoded = WPBase64Utils::encodeData(data);
             QCOMPARE(encoded, data.toBase64());
             QCOMPARE(WPBase64Utils::decodeString(QByteArrayView(encoded)), data);
+            QCOMPARE(WPBase64Utils::decodeString(QString::fromLatin1(encoded)), data);
         }
     }
 };
