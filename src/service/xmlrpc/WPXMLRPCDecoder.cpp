@@ -6,14 +6,84 @@
 
 #include <expat.h>
 
+#include <bit>
 #include <cstring>
 #include <limits>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace {
 
 // Expat copies what it is given into a buffer of its own, so a large document is handed
 // over in slices: the buffer stays small instead of holding a second copy of the document.
 constexpr qsizetype kParseSlice = 512 * 1024;
+
+// Runs of base-64 digits at least this long go to the nodes without passing through Expat.
+constexpr qsizetype kPlainRun = 256;
+
+bool isPlain(char c)
+{
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '+'
+           || c == '/' || c == '=';
+}
+
+// End of the run of base-64 digits that starts at `from`. The run may be the whole document,
+// so sixteen bytes are tested at a time where the processor allows.
+qsizetype plainRunEnd(QByteArrayView bytes, qsizetype from)
+{
+    const char *data = bytes.data();
+    qsizetype at = from;
+#if defined(__SSE2__)
+    // Bytes from 0x80 up compare as negative and so fall outside every range.
+    const auto range = [](__m128i v, char low, char high) {
+        return _mm_and_si128(_mm_cmpgt_epi8(v, _mm_set1_epi8(char(low - 1))),
+                             _mm_cmplt_epi8(v, _mm_set1_epi8(char(high + 1))));
+    };
+    for (; at + 16 <= bytes.size(); at += 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i *>(data + at));
+        const __m128i plain = _mm_or_si128(
+            _mm_or_si128(_mm_or_si128(range(v, 'A', 'Z'), range(v, 'a', 'z')), range(v, '0', '9')),
+            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(v, _mm_set1_epi8('+')),
+                                      _mm_cmpeq_epi8(v, _mm_set1_epi8('/'))),
+                         _mm_cmpeq_epi8(v, _mm_set1_epi8('='))));
+        const int mask = _mm_movemask_epi8(plain);
+        if (mask != 0xFFFF)
+            return at + std::countr_one(unsigned(mask));
+    }
+#endif
+    while (at < bytes.size() && isPlain(data[at]))
+        ++at;
+    return at;
+}
+
+// The document's bytes carry ASCII as ASCII (UTF-8, Latin-1, US-ASCII), so a run of base-64
+// digits means those characters. UTF-16 starts with a byte order mark or a NUL beside "<".
+bool isAsciiCompatible(QByteArrayView bytes)
+{
+    if (bytes.startsWith("\xef\xbb\xbf"))
+        bytes = bytes.sliced(3);
+    return bytes.size() >= 2 && bytes[0] == '<' && bytes[1] != '\0';
+}
+
+// Position of the first character after a ">" that is followed by a long run of base-64
+// digits in [from, to); -1 when there is none.
+qsizetype findPlainRun(QByteArrayView bytes, qsizetype from, qsizetype to)
+{
+    const char *data = bytes.data();
+    for (qsizetype at = from; at < to;) {
+        const void *found = std::memchr(data + at, '>', size_t(to - at));
+        if (!found)
+            return -1;
+        const qsizetype start = static_cast<const char *>(found) - data + 1;
+        if (plainRunEnd(bytes.first(std::min(bytes.size(), start + kPlainRun)), start)
+            == start + kPlainRun)
+            return start;
+        at = start;
+    }
+    return -1;
+}
 
 bool is(const char *element, const char *name)
 {
@@ -49,22 +119,47 @@ public:
     ParsePass(const ParsePass &) = delete;
     ParsePass &operator=(const ParsePass &) = delete;
 
+    // Feeds Expat slice by slice. A long run of base-64 digits right after a start tag (a
+    // document as base-64 text) is the one thing Expat would only copy through, character by
+    // character: the run is handed to the node directly and Expat continues behind it, as if it
+    // had reported the run itself.
     bool run(const QByteArray &bytes)
     {
         if (!m_parser)
             return false;
         m_size = bytes.size();
+        const bool plainRuns = isAsciiCompatible(bytes);
+        const char *data = bytes.constData();
         qsizetype offset = 0;
-        do {
-            const qsizetype length = std::min(bytes.size() - offset, kParseSlice);
-            const bool last = offset + length == bytes.size();
-            if (XML_Parse(m_parser, bytes.constData() + offset, int(length), last)
-                != XML_STATUS_OK) {
+        for (;;) {
+            qsizetype end = std::min(bytes.size() - offset, kParseSlice) + offset;
+            const qsizetype runStart = plainRuns ? findPlainRun(bytes, offset, end) : -1;
+            if (runStart >= 0)
+                end = runStart;
+            const bool last = end == bytes.size() && runStart < 0;
+            if (XML_Parse(m_parser, data + offset, int(end - offset), last) != XML_STATUS_OK) {
                 logFailure();
                 return false;
             }
-            offset += length;
-        } while (offset < bytes.size());
+            offset = end;
+            if (runStart >= 0 && runStart == m_lastStartTagEnd && m_handler == Handler::Node
+                && !m_refused) {
+                const qsizetype runEnd = plainRunEnd(bytes, runStart);
+                m_current->foundCharacters(data + runStart, runEnd - runStart,
+                                           bytes.size() - runEnd);
+                m_skipped += runEnd - runStart;
+                offset = runEnd;
+            }
+            if (last)
+                break;
+            if (offset == bytes.size()) {
+                if (XML_Parse(m_parser, data, 0, true) != XML_STATUS_OK) {
+                    logFailure();
+                    return false;
+                }
+                break;
+            }
+        }
         return !m_refused;
     }
 
@@ -104,11 +199,15 @@ private:
                 XML_ErrorString(XML_GetErrorCode(m_parser)));
     }
 
+    // Where the document stands, counting the bytes that went past Expat.
+    qsizetype position() const { return qsizetype(XML_GetCurrentByteIndex(m_parser)) + m_skipped; }
+
     static void XMLCALL onStart(void *userData, const XML_Char *element, const XML_Char **)
     {
         ParsePass *pass = self(userData);
         if (pass->m_refused)
             return;
+        pass->m_lastStartTagEnd = pass->position() + XML_GetCurrentByteCount(pass->m_parser);
         switch (pass->m_handler) {
         case Handler::Frame:
             pass->frameStart(element);
@@ -156,8 +255,7 @@ private:
         if (pass->m_refused)
             return;
         if (pass->m_handler == Handler::Node) {
-            const qsizetype remaining =
-                pass->m_size - qsizetype(XML_GetCurrentByteIndex(pass->m_parser)) - length;
+            const qsizetype remaining = pass->m_size - pass->position() - length;
             pass->m_current->foundCharacters(text, length, remaining);
         } else if (pass->m_handler == Handler::Frame && pass->m_inMethodName)
             pass->m_methodName.append(text, length);
@@ -213,6 +311,8 @@ private:
 
     XML_Parser m_parser;
     qsizetype m_size = 0;
+    qsizetype m_skipped = 0;          // bytes handed to the nodes directly
+    qsizetype m_lastStartTagEnd = -1; // where the last start tag ended
     Handler m_handler = Handler::Frame;
     std::unique_ptr<WPXMLRPCDecoderDelegate> m_root;
     WPXMLRPCDecoderDelegate *m_current = nullptr;

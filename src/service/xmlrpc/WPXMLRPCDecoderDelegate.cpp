@@ -121,7 +121,8 @@ WPXMLRPCDecoderDelegate *WPXMLRPCDecoderDelegate::didStartElement(const char *el
     return m_child.get();
 }
 
-void WPXMLRPCDecoderDelegate::foundCharacters(const char *text, int length, qsizetype remaining)
+void WPXMLRPCDecoderDelegate::foundCharacters(const char *text, qsizetype length,
+                                              qsizetype remaining)
 {
     if (m_elementType == Array || m_elementType == Dictionary || m_elementType == Member)
         return;

@@ -47,7 +47,7 @@ public:
     bool didEndElement(const char *element);
     // `remaining` is how many bytes of the document are still to come: a text that grows
     // large reserves room for as much at once, rather than doubling (and copying) its way up.
-    void foundCharacters(const char *text, int length, qsizetype remaining);
+    void foundCharacters(const char *text, qsizetype length, qsizetype remaining);
 
     WPXMLRPCDecoderDelegate *parent() const { return m_parent; }
     ElementType elementType() const { return m_elementType; }

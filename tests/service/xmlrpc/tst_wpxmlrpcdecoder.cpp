@@ -207,6 +207,59 @@ private Q_SLOTS:
         QCOMPARE(decoder.originalData(), document);
     }
 
+    // Long runs of base-64 digits skip the parser when they follow a start tag; wherever else
+    // they stand, the parser must see them as usual.
+    void plainRuns_data()
+    {
+        QTest::addColumn<QByteArray>("document");
+        QTest::addColumn<XmlRpcValue>("expected");
+
+        const QByteArray run = QByteArray("YW55IGNhcm5hbCBwbGVhcw+/").repeated(20);
+        const QByteArray big = QByteArray("QUJD").repeated(400000);
+        QTest::newRow("string") << response("<value><string>" + run + "</string></value>")
+                                << XmlRpcValue(run.constData());
+        QTest::newRow("untyped") << response("<value>" + run + "</value>")
+                                 << XmlRpcValue(run.constData());
+        QTest::newRow("base64 across slices")
+            << response("<value><base64>" + big + "</base64></value>")
+            << XmlRpcValue::fromBytes(QByteArray("ABC").repeated(400000));
+        QTest::newRow("member name") << response("<value><struct><member><name>" + run
+                                                 + "</name><value>1</value></member>"
+                                                   "</struct></value>")
+                                     << XmlRpcValue(XmlRpcMap{{QString::fromLatin1(run), "1"}});
+        QTest::newRow("followed by references and line ends")
+            << response("<value><string>" + run + "&amp;\r\n" + run + "</string></value>")
+            << XmlRpcValue((run + "&\n" + run).constData());
+        QTest::newRow("in a comment")
+            << response("<value><string><!--x>" + run + "-->y</string></value>")
+            << XmlRpcValue("y");
+        QTest::newRow("in CDATA") << response("<value><![CDATA[x>" + run + "]]></value>")
+                                  << XmlRpcValue(("x>" + run).constData());
+        QTest::newRow("in an attribute")
+            << response("<value><string a=\"x>" + run + "\">y</string></value>")
+            << XmlRpcValue("y");
+        QTest::newRow("after an end tag")
+            << response("<value><array><data><value>1</value>" + run + "</data></array></value>")
+            << XmlRpcValue(XmlRpcList{"1"});
+        QTest::newRow("after an empty element")
+            << response("<value><array><data><value/>" + run + "</data></array></value>")
+            << XmlRpcValue(XmlRpcList{""});
+        QTest::newRow("UTF-16") << QByteArray("\xff\xfe")
+                                       + utf16("<methodResponse><params><param><value>"
+                                               + QString::fromLatin1(run)
+                                               + "</value></param></params></methodResponse>")
+                                << XmlRpcValue(run.constData());
+        QTest::newRow("cut off inside the run")
+            << QByteArray("<?xml version=\"1.0\"?><methodResponse><params><param><value>") + run
+            << XmlRpcValue();
+    }
+    void plainRuns()
+    {
+        QFETCH(QByteArray, document);
+        QFETCH(XmlRpcValue, expected);
+        QCOMPARE(WPXMLRPCDecoder(document).object(), expected);
+    }
+
     void recordedResponses()
     {
         const WPXMLRPCDecoder status(fixture("session-status-response.xml"));
