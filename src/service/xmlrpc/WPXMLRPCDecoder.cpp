@@ -77,8 +77,9 @@ qsizetype findPlainRun(QByteArrayView bytes, qsizetype from, qsizetype to)
         if (!found)
             return -1;
         const qsizetype start = static_cast<const char *>(found) - data + 1;
-        if (plainRunEnd(bytes.first(std::min(bytes.size(), start + kPlainRun)), start)
-            == start + kPlainRun)
+        // Mostly the next tag follows at once.
+        if (start + kPlainRun <= bytes.size() && isPlain(data[start])
+            && plainRunEnd(bytes.first(start + kPlainRun), start) == start + kPlainRun)
             return start;
         at = start;
     }
