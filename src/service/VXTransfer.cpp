@@ -17,6 +17,7 @@
 namespace {
 
 std::atomic<int> deadlineMs{60 * 1000};
+constexpr qint64 kReadBufferBytes = 1024 * 1024;
 
 bool isLoopbackHost(const QString &host)
 {
@@ -72,21 +73,35 @@ VXTransfer::~VXTransfer()
     }
 }
 
+namespace {
+
+thread_local QPointer<QNetworkAccessManager> threadManager;
+
+// Runs on the main thread while the application object still exists: the manager's network
+// thread closes its cached TLS connections then, not after the application is gone.
+void deleteMainThreadManager()
+{
+    delete threadManager.data();
+}
+
+} // namespace
+
 QNetworkAccessManager *VXTransfer::sharedNetworkAccessManager()
 {
-    static thread_local QPointer<QNetworkAccessManager> manager;
-    if (!manager) {
+    if (!threadManager) {
         auto *created = new QNetworkAccessManager;
         created->setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
         QThread *thread = QThread::currentThread();
         QCoreApplication *application = QCoreApplication::instance();
-        if (application && application->thread() == thread)
+        if (application && application->thread() == thread) {
             created->setParent(application);
-        else
+            qAddPostRoutine(deleteMainThreadManager);
+        } else {
             connect(thread, &QThread::finished, created, &QObject::deleteLater);
-        manager = created;
+        }
+        threadManager = created;
     }
-    return manager;
+    return threadManager;
 }
 
 bool VXTransfer::isPermittedEndpoint(const QUrl &url, QString *reason)
@@ -179,6 +194,9 @@ void VXTransfer::start(const QNetworkRequest &request, const QByteArray &body,
     m_deadline->start(timeoutMs());
 
     m_reply = sharedNetworkAccessManager()->post(request, body);
+    // Without a bound Qt's network thread reads on, however slowly the answer is taken from
+    // it; with one it waits for us, so an oversized answer is never held whole.
+    m_reply->setReadBufferSize(kReadBufferBytes);
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &VXTransfer::onMetaDataChanged);
     connect(m_reply, &QNetworkReply::readyRead, this, &VXTransfer::onReadyRead);
     connect(m_reply, &QNetworkReply::finished, this, &VXTransfer::onFinished);
