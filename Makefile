@@ -18,10 +18,11 @@ configure: deps
 build: configure
 	cmake --build --preset $(PRESET) -j $(JOBS)
 
-# The whole suite: formatting, every CTest test (sanitizer build), then the fuzzers.
+# The whole suite: formatting, the fuzzers, then every CTest test (sanitizer build), whose
+# summary closes the run.
 test: format-check build
-	ctest --preset $(PRESET) -j $(JOBS)
 	@$(MAKE) --no-print-directory fuzz
+	ctest --preset $(PRESET) -j $(JOBS)
 
 fuzz: deps
 	@scripts/run-fuzzers
