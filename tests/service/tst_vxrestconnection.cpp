@@ -414,17 +414,6 @@ private Q_SLOTS:
         QCOMPARE(delegate.events.size(), 1);
     }
 
-    void withoutDelegateNothingBreaks()
-    {
-        auto *connection = new VXRestConnection;
-        QSignalSpy destroyed(connection, &QObject::destroyed);
-        connection->sendFaxFileData(QByteArrayLiteral("%PDF"), QStringLiteral("+4930555"));
-        connection->balance();
-        connection->sessionStatusForID(QStringLiteral("unknown"));
-        QTRY_COMPARE_WITH_TIMEOUT(destroyed.count(), 1, kCompletionTimeoutMs);
-        QCOMPARE(m_sim->requests().size(), 4);
-    }
-
     void passwordNeverLogged()
     {
         const QString password = QStringLiteral("Secret-Never-Logged-42");

@@ -294,14 +294,15 @@ private Q_SLOTS:
         QTest::addColumn<qint64>("size");
         QTest::addColumn<QString>("fault");
         QTest::addColumn<bool>("accepted");
-        // Whether the simulator must have noticed the client leave before it sent everything;
-        // what fits into the socket buffers may count as sent.
+        // Whether the client must have left before the simulator sent everything. Qt may read
+        // on for a moment after the abort, so that is asserted only of answers without end.
         QTest::addColumn<bool>("brokenOff");
         const qint64 limit = VXTransfer::kMaximumAnswerBytes;
+        const qint64 endless = qint64(1) << 40;
         QTest::newRow("exactly the limit") << limit << "huge" << true << false;
         QTest::newRow("one byte more") << limit + 1 << "huge" << false << false;
-        QTest::newRow("far larger") << limit * 4 << "huge" << false << true;
-        QTest::newRow("announced larger") << limit * 2 << "huge-declared" << false << true;
+        QTest::newRow("endless") << endless << "huge" << false << true;
+        QTest::newRow("announced endless") << endless << "huge-declared" << false << true;
     }
     void answerSize()
     {
