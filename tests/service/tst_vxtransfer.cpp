@@ -19,25 +19,6 @@ namespace {
 
 constexpr int kCompletionTimeoutMs = 20000;
 
-// Waits until the parentless connection has deleted itself: all its completions have run.
-template <typename Connection>
-bool runToCompletion(RecordingRestDelegate &delegate,
-                     const std::function<void(Connection *)> &calls)
-{
-    auto *connection = new Connection;
-    connection->setDelegate(&delegate);
-    QSignalSpy destroyed(connection, &QObject::destroyed);
-    calls(connection);
-    // A real event loop: QNetworkAccessManager hands an upload over in chunks, each through
-    // the event loop, which a polling wait would slow down.
-    return destroyed.count() == 1 || destroyed.wait(kCompletionTimeoutMs);
-}
-
-bool runRest(RecordingRestDelegate &delegate, const std::function<void(VXRestConnection *)> &calls)
-{
-    return runToCompletion<VXRestConnection>(delegate, calls);
-}
-
 void callMethod(VXRestConnection *connection, const QString &method)
 {
     if (method == QLatin1String("initiate"))
@@ -160,7 +141,7 @@ private Q_SLOTS:
         LogCapture logs;
         RecordingRestDelegate delegate;
         int startedRequests = -1;
-        QVERIFY(runRest(delegate, [&](VXRestConnection *c) {
+        QVERIFY(runToCompletion(delegate, [&](VXRestConnection *c) {
             c->sendFaxFileData(QByteArrayLiteral("%PDF"), QStringLiteral("+4930555"));
             c->balance();
             startedRequests = runningReplies();
@@ -192,7 +173,7 @@ private Q_SLOTS:
                 QByteArray("http://127.0.0.1:") + QByteArray::number(port) + "/RPC2");
         LogCapture logs;
         RecordingRestDelegate delegate;
-        QVERIFY(runRest(delegate, [&](VXRestConnection *c) { callMethod(c, method); }));
+        QVERIFY(runToCompletion(delegate, [&](VXRestConnection *c) { callMethod(c, method); }));
         QVERIFY(delegate.events.isEmpty());
         QCOMPARE(logs.contains(QStringLiteral("Error: ")), method == QLatin1String("initiate"));
     }
@@ -226,7 +207,7 @@ private Q_SLOTS:
         }
 
         RecordingRestDelegate rest;
-        QVERIFY(runRest(rest, [](VXRestConnection *c) { c->balance(); }));
+        QVERIFY(runToCompletion(rest, [](VXRestConnection *c) { c->balance(); }));
         RecordingRestDelegate token;
         QVERIFY(runToCompletion<VXJSONConnection>(token, [](VXJSONConnection *c) { c->login(); }));
         if (works) {
@@ -248,7 +229,7 @@ private Q_SLOTS:
         sim.exportEndpoints();
         QVERIFY(sim.setFaults({{"zentari.BalanceGet", "redirect"}, {"token", "redirect"}}));
         RecordingRestDelegate rest;
-        QVERIFY(runRest(rest, [](VXRestConnection *c) { c->balance(); }));
+        QVERIFY(runToCompletion(rest, [](VXRestConnection *c) { c->balance(); }));
         QCOMPARE(rest.summary(), QStringList{"fail:307"});
         RecordingRestDelegate token;
         QVERIFY(runToCompletion<VXJSONConnection>(token, [](VXJSONConnection *c) { c->login(); }));
@@ -276,7 +257,7 @@ private Q_SLOTS:
         VXRestConnection::setRequestTimeoutMs(1500);
         LogCapture logs;
         RecordingRestDelegate delegate;
-        QVERIFY(runRest(delegate, [](VXRestConnection *c) {
+        QVERIFY(runToCompletion(delegate, [](VXRestConnection *c) {
             c->sendFaxFileData(QByteArrayLiteral("%PDF"), QStringLiteral("+4930555"));
         }));
         QVERIFY(delegate.events.isEmpty());
@@ -316,7 +297,7 @@ private Q_SLOTS:
         QVERIFY(sim.setFaults({{"zentari.SessionInitiate", fault}}));
         LogCapture logs;
         RecordingRestDelegate delegate;
-        QVERIFY(runRest(delegate, [](VXRestConnection *c) {
+        QVERIFY(runToCompletion(delegate, [](VXRestConnection *c) {
             c->sendFaxFileData(QByteArrayLiteral("%PDF"), QStringLiteral("+4930555"));
         }));
         if (accepted) {
