@@ -57,6 +57,15 @@ QString tooLargeText()
         .arg(VXTransfer::kMaximumAnswerBytes);
 }
 
+thread_local QPointer<QNetworkAccessManager> threadManager;
+
+// Runs on the main thread while the application object still exists: the manager's network
+// thread closes its cached TLS connections then, not after the application is gone.
+void deleteMainThreadManager()
+{
+    delete threadManager.data();
+}
+
 } // namespace
 
 VXTransfer::VXTransfer(QObject *parent)
@@ -72,19 +81,6 @@ VXTransfer::~VXTransfer()
         m_reply->deleteLater();
     }
 }
-
-namespace {
-
-thread_local QPointer<QNetworkAccessManager> threadManager;
-
-// Runs on the main thread while the application object still exists: the manager's network
-// thread closes its cached TLS connections then, not after the application is gone.
-void deleteMainThreadManager()
-{
-    delete threadManager.data();
-}
-
-} // namespace
 
 QNetworkAccessManager *VXTransfer::sharedNetworkAccessManager()
 {

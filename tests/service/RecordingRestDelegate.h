@@ -1,9 +1,10 @@
 #pragma once
 
-#include "service/VXJSONConnectionDelegate.h"
-#include "service/VXRestConnectionDelegate.h"
+#include "service/VXJSONConnection.h"
+#include "service/VXRestConnection.h"
 
 #include <QCoreApplication>
+#include <QSignalSpy>
 #include <QStringList>
 #include <QThread>
 
@@ -73,3 +74,17 @@ private:
             onEvent(event);
     }
 };
+
+// Makes calls on a connection of their own, without a parent, and waits until it has deleted
+// itself: then every completion has run and whatever was going to arrive has arrived. The
+// wait runs a real event loop: QNetworkAccessManager hands an upload over in chunks, each
+// through the event loop, which a polling wait would slow down.
+template <typename Connection = VXRestConnection, typename Calls>
+bool runToCompletion(RecordingRestDelegate &delegate, Calls calls, int timeoutMs = 20000)
+{
+    auto *connection = new Connection;
+    connection->setDelegate(&delegate);
+    QSignalSpy destroyed(connection, &QObject::destroyed);
+    calls(connection);
+    return destroyed.count() == 1 || destroyed.wait(timeoutMs);
+}

@@ -13,24 +13,11 @@
 
 namespace {
 
-constexpr int kCompletionTimeoutMs = 20000;
-
 void storePassword(const QString &password)
 {
     FXError error;
     KeychainUtils::storeUsername(QStringLiteral("password"), password,
                                  QStringLiteral("voxaria Fax"), QString(), true, &error);
-}
-
-bool login(RecordingRestDelegate &delegate)
-{
-    auto *connection = new VXJSONConnection;
-    connection->setDelegate(&delegate);
-    QSignalSpy destroyed(connection, &QObject::destroyed);
-    connection->login();
-    // A real event loop: QNetworkAccessManager hands an upload over in chunks, each through
-    // the event loop, which a polling wait would slow down.
-    return destroyed.count() == 1 || destroyed.wait(kCompletionTimeoutMs);
 }
 
 } // namespace
@@ -66,7 +53,8 @@ private Q_SLOTS:
         QCOMPARE(sent, (QJsonObject{{"username", "demo"}, {"password", "demo-password"}}));
 
         RecordingRestDelegate delegate;
-        QVERIFY(login(delegate));
+        QVERIFY(
+            runToCompletion<VXJSONConnection>(delegate, [](VXJSONConnection *c) { c->login(); }));
         QCOMPARE(delegate.events.size(), 1);
         QCOMPARE(delegate.events[0].name, QStringLiteral("token"));
         QVERIFY(delegate.events[0].argument.startsWith(QLatin1String("sim-")));
@@ -113,7 +101,8 @@ private Q_SLOTS:
             QVERIFY(m_sim->setFaults({{"token", fault}}));
         LogCapture logs;
         RecordingRestDelegate delegate;
-        QVERIFY(login(delegate));
+        QVERIFY(
+            runToCompletion<VXJSONConnection>(delegate, [](VXJSONConnection *c) { c->login(); }));
         QCOMPARE(delegate.summary(), expected);
         if (!logged.isEmpty())
             QVERIFY2(logs.contains(logged), qPrintable(logs.messages().join('\n')));

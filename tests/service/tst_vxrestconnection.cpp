@@ -37,20 +37,6 @@ void storeCredentials(const QString &username, const std::optional<QString> &pas
                                              QStringLiteral("voxaria Fax"), QString(), &error);
 }
 
-// Runs calls on a connection of their own, without a parent, and waits until it has deleted
-// itself: then every completion has run and whatever was going to arrive has arrived.
-bool runToCompletion(RecordingRestDelegate &delegate,
-                     const std::function<void(VXRestConnection *)> &calls)
-{
-    auto *connection = new VXRestConnection;
-    connection->setDelegate(&delegate);
-    QSignalSpy destroyed(connection, &QObject::destroyed);
-    calls(connection);
-    // A real event loop: QNetworkAccessManager hands an upload over in chunks, each through
-    // the event loop, which a polling wait would slow down.
-    return destroyed.count() == 1 || destroyed.wait(kCompletionTimeoutMs);
-}
-
 void callMethod(VXRestConnection *connection, const QString &method, const QString &sessionID)
 {
     if (method == QLatin1String("initiate"))
@@ -412,17 +398,6 @@ private Q_SLOTS:
         RecordingRestDelegate later;
         QVERIFY(runToCompletion(later, [](VXRestConnection *c) { c->balance(); }));
         QCOMPARE(delegate.events.size(), 1);
-    }
-
-    void withoutDelegateNothingBreaks()
-    {
-        auto *connection = new VXRestConnection;
-        QSignalSpy destroyed(connection, &QObject::destroyed);
-        connection->sendFaxFileData(QByteArrayLiteral("%PDF"), QStringLiteral("+4930555"));
-        connection->balance();
-        connection->sessionStatusForID(QStringLiteral("unknown"));
-        QTRY_COMPARE_WITH_TIMEOUT(destroyed.count(), 1, kCompletionTimeoutMs);
-        QCOMPARE(m_sim->requests().size(), 4);
     }
 
     void passwordNeverLogged()

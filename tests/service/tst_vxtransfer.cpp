@@ -19,25 +19,6 @@ namespace {
 
 constexpr int kCompletionTimeoutMs = 20000;
 
-// Waits until the parentless connection has deleted itself: all its completions have run.
-template <typename Connection>
-bool runToCompletion(RecordingRestDelegate &delegate,
-                     const std::function<void(Connection *)> &calls)
-{
-    auto *connection = new Connection;
-    connection->setDelegate(&delegate);
-    QSignalSpy destroyed(connection, &QObject::destroyed);
-    calls(connection);
-    // A real event loop: QNetworkAccessManager hands an upload over in chunks, each through
-    // the event loop, which a polling wait would slow down.
-    return destroyed.count() == 1 || destroyed.wait(kCompletionTimeoutMs);
-}
-
-bool runRest(RecordingRestDelegate &delegate, const std::function<void(VXRestConnection *)> &calls)
-{
-    return runToCompletion<VXRestConnection>(delegate, calls);
-}
-
 void callMethod(VXRestConnection *connection, const QString &method)
 {
     if (method == QLatin1String("initiate"))
@@ -160,7 +141,7 @@ private Q_SLOTS:
         LogCapture logs;
         RecordingRestDelegate delegate;
         int startedRequests = -1;
-        QVERIFY(runRest(delegate, [&](VXRestConnection *c) {
+        QVERIFY(runToCompletion(delegate, [&](VXRestConnection *c) {
             c->sendFaxFileData(QByteArrayLiteral("%PDF"), QStringLiteral("+4930555"));
             c->balance();
             startedRequests = runningReplies();
@@ -192,7 +173,7 @@ private Q_SLOTS:
                 QByteArray("http://127.0.0.1:") + QByteArray::number(port) + "/RPC2");
         LogCapture logs;
         RecordingRestDelegate delegate;
-        QVERIFY(runRest(delegate, [&](VXRestConnection *c) { callMethod(c, method); }));
+        QVERIFY(runToCompletion(delegate, [&](VXRestConnection *c) { callMethod(c, method); }));
         QVERIFY(delegate.events.isEmpty());
         QCOMPARE(logs.contains(QStringLiteral("Error: ")), method == QLatin1String("initiate"));
     }
@@ -226,7 +207,7 @@ private Q_SLOTS:
         }
 
         RecordingRestDelegate rest;
-        QVERIFY(runRest(rest, [](VXRestConnection *c) { c->balance(); }));
+        QVERIFY(runToCompletion(rest, [](VXRestConnection *c) { c->balance(); }));
         RecordingRestDelegate token;
         QVERIFY(runToCompletion<VXJSONConnection>(token, [](VXJSONConnection *c) { c->login(); }));
         if (works) {
@@ -248,7 +229,7 @@ private Q_SLOTS:
         sim.exportEndpoints();
         QVERIFY(sim.setFaults({{"zentari.BalanceGet", "redirect"}, {"token", "redirect"}}));
         RecordingRestDelegate rest;
-        QVERIFY(runRest(rest, [](VXRestConnection *c) { c->balance(); }));
+        QVERIFY(runToCompletion(rest, [](VXRestConnection *c) { c->balance(); }));
         QCOMPARE(rest.summary(), QStringList{"fail:307"});
         RecordingRestDelegate token;
         QVERIFY(runToCompletion<VXJSONConnection>(token, [](VXJSONConnection *c) { c->login(); }));
@@ -276,7 +257,7 @@ private Q_SLOTS:
         VXRestConnection::setRequestTimeoutMs(1500);
         LogCapture logs;
         RecordingRestDelegate delegate;
-        QVERIFY(runRest(delegate, [](VXRestConnection *c) {
+        QVERIFY(runToCompletion(delegate, [](VXRestConnection *c) {
             c->sendFaxFileData(QByteArrayLiteral("%PDF"), QStringLiteral("+4930555"));
         }));
         QVERIFY(delegate.events.isEmpty());
@@ -294,14 +275,15 @@ private Q_SLOTS:
         QTest::addColumn<qint64>("size");
         QTest::addColumn<QString>("fault");
         QTest::addColumn<bool>("accepted");
-        // Whether the simulator must have noticed the client leave before it sent everything;
-        // what fits into the socket buffers may count as sent.
+        // Whether the client must have left before the simulator sent everything. Qt may read
+        // on for a moment after the abort, so that is asserted only of answers without end.
         QTest::addColumn<bool>("brokenOff");
         const qint64 limit = VXTransfer::kMaximumAnswerBytes;
+        const qint64 endless = qint64(1) << 40;
         QTest::newRow("exactly the limit") << limit << "huge" << true << false;
         QTest::newRow("one byte more") << limit + 1 << "huge" << false << false;
-        QTest::newRow("far larger") << limit * 4 << "huge" << false << true;
-        QTest::newRow("announced larger") << limit * 2 << "huge-declared" << false << true;
+        QTest::newRow("endless") << endless << "huge" << false << true;
+        QTest::newRow("announced endless") << endless << "huge-declared" << false << true;
     }
     void answerSize()
     {
@@ -315,7 +297,7 @@ private Q_SLOTS:
         QVERIFY(sim.setFaults({{"zentari.SessionInitiate", fault}}));
         LogCapture logs;
         RecordingRestDelegate delegate;
-        QVERIFY(runRest(delegate, [](VXRestConnection *c) {
+        QVERIFY(runToCompletion(delegate, [](VXRestConnection *c) {
             c->sendFaxFileData(QByteArrayLiteral("%PDF"), QStringLiteral("+4930555"));
         }));
         if (accepted) {

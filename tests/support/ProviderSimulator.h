@@ -41,7 +41,6 @@ public:
                           const QJsonObject &body = {}) const;
     QJsonArray requests() const;
     QJsonArray redirectRequests() const;
-    QJsonArray sessions() const;
     // {"zentari.BalanceGet": "http500", ...}; a null value clears a method's fault.
     bool setFaults(const QJsonObject &faults) const;
     // Forgets requests and sessions and clears every fault.
