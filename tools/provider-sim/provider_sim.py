@@ -17,6 +17,7 @@ switch faults, finish sessions and read the record of every request:
   POST /_control/outcomes            {"486": 486, ...}: numbers ending in a key fail with it
   POST /_control/finish              moves every open session to its final state
   POST /_control/reset               forgets requests and sessions, clears faults
+  POST /_control/status-options      {"omit_status_code": true, "adopt_unknown": true}
 
 Fault kinds: http401, http500, fault:<code>, empty, truncated, garbage, trickle, noanswer,
 close, redirect.
@@ -92,6 +93,11 @@ class State:
         self.redirect_requests = []
         self.sessions = {}
         self.redirect_url = None
+        # Status answers without "StatusCode", as a provider in trouble might send them.
+        self.omit_status_code = False
+        # Status questions for sessions this run never started (a journal from an earlier run)
+        # are answered as if the session had just been started.
+        self.adopt_unknown = args.adopt_unknown_sessions
 
     def set_fault(self, method, kind):
         if method not in METHODS:
@@ -373,10 +379,18 @@ class Handler(http.server.BaseHTTPRequestHandler):
             return {"SessionID": session.id, "StatusCode": 200, "StatusString": "Method success"}
         if method == "zentari.SessionStatusGet":
             with state.lock:
-                session = state.sessions.get(arg.get("SessionID"))
+                session_id = arg.get("SessionID")
+                session = state.sessions.get(session_id)
+                if not session and state.adopt_unknown and isinstance(session_id, str) and session_id:
+                    session = Session("", None)
+                    session.id = session_id
+                    state.sessions[session_id] = session
                 if not session:
                     return xmlrpc.client.Fault(404, "Unknown SessionID")
-                return session.status(state.advance)
+                answer = session.status(state.advance)
+                if state.omit_status_code:
+                    answer.pop("StatusCode", None)
+                return answer
         if method == "zentari.OwnUriListGet":
             return own_uri_list(account)
         if method == "zentari.BalanceGet":
@@ -416,6 +430,11 @@ class Handler(http.server.BaseHTTPRequestHandler):
                 if verb == "POST" and path == "advance":
                     state.advance = str(value.get("advance", "poll"))
                     return self.send_json(200, {"advance": state.advance})
+                if verb == "POST" and path == "status-options":
+                    state.omit_status_code = bool(value.get("omit_status_code", state.omit_status_code))
+                    state.adopt_unknown = bool(value.get("adopt_unknown", state.adopt_unknown))
+                    return self.send_json(200, {"omit_status_code": state.omit_status_code,
+                                                "adopt_unknown": state.adopt_unknown})
                 if verb == "POST" and path == "reset":
                     state.requests.clear()
                     state.redirect_requests.clear()
@@ -492,6 +511,8 @@ def main():
     parser.add_argument("--outcome", action="append", default=[], metavar="SUFFIX=CODE",
                         help="numbers ending in SUFFIX fail with StatusCode CODE")
     parser.add_argument("--advance", default="poll", help="poll | hold | SECONDS per step")
+    parser.add_argument("--adopt-unknown-sessions", action="store_true",
+                        help="answer status questions for sessions this run never started")
     parser.add_argument("--trickle-seconds", type=float, default=2.0)
     parser.add_argument("--balance", type=float, default=23.42)
     parser.add_argument("--currency", default="EUR")
