@@ -55,7 +55,9 @@ FXFaxConnection::FXFaxConnection(QObject *parent)
 FXFaxConnection::~FXFaxConnection()
 {
     stopTrafficTimer();
-    releaseServiceClients();
+    // Nobody is left to take the answers: the requests are aborted.
+    for (const QPointer<VXRestConnection> &client : std::as_const(m_serviceClients))
+        delete client.data();
 }
 
 void FXFaxConnection::setTrafficIntervalMs(int ms)
@@ -363,5 +365,4 @@ void FXFaxConnection::releaseServiceClients()
         if (client)
             client->setDelegate(nullptr);
     }
-    m_serviceClients.clear();
 }

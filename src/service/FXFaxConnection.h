@@ -104,7 +104,8 @@ private:
     void handleSentAndFailedStatus(const XmlRpcValue &status);
     void stopTrafficTimer();
     VXRestConnection *newServiceClient();
-    // Answers still on their way for a finished receiver must not reach the next one.
+    // Answers still on their way for a finished receiver must not reach the next one. The
+    // clients stay listed until they go away by themselves, so that the job can abort them.
     void releaseServiceClients();
     void reportProgress(double progress, int state, const QString &title,
                         const QString &errorReason, const QString &errorReasonTitle);
