@@ -30,6 +30,8 @@ std::unique_ptr<QCoreApplication> CommandSupport::makeApplication(int &argc, cha
         }
     }
     FBLocalization::installCoreCatalog();
+    // The desktop application's start-up defaults, so that both store the same reports.
+    FBUserDefaults::registerLaunchDefaults();
     return app;
 }
 

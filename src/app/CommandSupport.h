@@ -18,7 +18,8 @@ public:
     // The application object a command runs in. Commands that lay out or render pages need
     // fonts and so a QGuiApplication; they never show a window, so without an explicit
     // QT_QPA_PLATFORM they use the offscreen platform, which works without a display. The
-    // core string catalog is installed. Nothing is made when an application object exists.
+    // core string catalog and the start-up defaults of the settings are installed as well.
+    // Nothing is made when an application object exists.
     static std::unique_ptr<QCoreApplication> makeApplication(int &argc, char *argv[], bool gui);
 
     // argv as the parser wants it.
