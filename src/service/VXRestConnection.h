@@ -1,19 +1,23 @@
 #pragma once
 
 #include "VXRestConnectionDelegate.h"
+#include "VXTransfer.h"
 
 #include <QByteArray>
 #include <QNetworkRequest>
 #include <QObject>
 #include <QUrl>
 
-class QNetworkAccessManager;
-class QNetworkReply;
 class WPXMLRPCEncoder;
 
 // The one client of the provider's XML-RPC API. Every call builds one request, starts it and
 // returns at once; answers come through the delegate (a non-owning pointer, checked before
 // every callback).
+//
+// Requests go out on the thread's shared network access manager, only over https (plain http
+// only to a loopback host), with certificates verified, redirects not followed, a total
+// deadline and a bounded answer size (see VXTransfer). A request that never got a complete
+// answer reports nothing.
 //
 // Ownership: create it with new. Without a QObject parent it deletes itself once the
 // completion of its last request in flight has run (so fire-and-forget use is safe); with a
@@ -55,6 +59,12 @@ public:
     static int requestTimeoutMs();
 
 private:
-    // ... implementation's own members
+    enum class Call { Initiate, Status, OwnUriList, Balance };
+
+    void start(Call call, const WPXMLRPCEncoder &encoder, const QString &sessionID);
+    void complete(Call call, const QString &sessionID, const VXTransfer::Result &result);
+    void fail(qint64 code);
+
     VXRestConnectionDelegate *m_delegate = nullptr;
+    int m_requestsInFlight = 0;
 };

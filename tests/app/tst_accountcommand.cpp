@@ -13,7 +13,9 @@ class TestAccountCommand : public QObject
 {
     Q_OBJECT
 
-    ProviderSimulator m_simulator;
+    ProviderSimulator m_simulator{{QStringLiteral("--account"), QStringLiteral("demo:secret"),
+                                   QStringLiteral("--account"), QStringLiteral("voice:talk"),
+                                   QStringLiteral("--no-fax-line"), QStringLiteral("voice")}};
 
     static std::optional<QString> storedPassword()
     {
@@ -26,13 +28,8 @@ private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY(TestEnvironment::isIsolated());
-        QString error;
-        QVERIFY2(m_simulator.start({QStringLiteral("--account"), QStringLiteral("demo:secret"),
-                                    QStringLiteral("--account"), QStringLiteral("voice:talk"),
-                                    QStringLiteral("--no-fax-line"), QStringLiteral("voice")},
-                                   &error),
-                 qPrintable(error));
-        m_simulator.useInThisProcess();
+        QVERIFY(m_simulator.isRunning());
+        m_simulator.exportEndpoints();
         FBLocalization::installCoreCatalog(QLocale(QLocale::English));
     }
 

@@ -60,24 +60,31 @@ QByteArray letter()
 
 constexpr int kJobTimeoutMs = 180000;
 
+QJsonArray requestsOf(const ProviderSimulator &simulator, const QString &method)
+{
+    QJsonArray result;
+    for (const QJsonValue &request : simulator.requests()) {
+        if (request[QLatin1String("method")].toString() == method)
+            result.append(request);
+    }
+    return result;
+}
+
 } // namespace
 
 class TestFXFaxConnection : public QObject
 {
     Q_OBJECT
 
-    ProviderSimulator m_simulator;
+    ProviderSimulator m_simulator{{QStringLiteral("--account"), QStringLiteral("demo:secret"),
+                                   QStringLiteral("--outcome"), QStringLiteral("486=486")}};
 
 private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY(TestEnvironment::isIsolated());
-        QString error;
-        QVERIFY2(m_simulator.start({QStringLiteral("--account"), QStringLiteral("demo:secret"),
-                                    QStringLiteral("--outcome"), QStringLiteral("486=486")},
-                                   &error),
-                 qPrintable(error));
-        m_simulator.useInThisProcess();
+        QVERIFY(m_simulator.isRunning());
+        m_simulator.exportEndpoints();
         FXError keychainError;
         QVERIFY(KeychainUtils::storeUsername(QStringLiteral("password"), QStringLiteral("secret"),
                                              QStringLiteral("voxaria Fax"), QString(), true,
@@ -95,7 +102,7 @@ private Q_SLOTS:
 
     void init()
     {
-        m_simulator.control(QStringLiteral("reset"), QJsonObject());
+        QVERIFY(m_simulator.reset());
         FBUserDefaults::setObject(QStringLiteral("demo"), kUsernameKey);
     }
 
@@ -162,7 +169,7 @@ private Q_SLOTS:
         }
 
         // Every receiver was asked for exactly once: nothing is sent again on its own.
-        QCOMPARE(m_simulator.requestsOf(QStringLiteral("zentari.SessionInitiate")).size(), 3);
+        QCOMPARE(requestsOf(m_simulator, QStringLiteral("zentari.SessionInitiate")).size(), 3);
         QCOMPARE(m_simulator.sessions().size(), 2);
         QCOMPARE(recorder.completed, 1);
     }
@@ -225,7 +232,7 @@ private Q_SLOTS:
         QCOMPARE(pdf.load(copy), QPdfDocument::Error::None);
         QCOMPARE(pdf.pageCount(), pages);
         const QJsonArray initiated =
-            m_simulator.requestsOf(QStringLiteral("zentari.SessionInitiate"));
+            requestsOf(m_simulator, QStringLiteral("zentari.SessionInitiate"));
         QCOMPARE(initiated.size(), 1);
         QCOMPARE(initiated.first()[QLatin1String("pdf_sha256")].toString(),
                  QString::fromLatin1(
@@ -256,7 +263,7 @@ private Q_SLOTS:
         const QString sessionID = connection.sessionID();
         const QDateTime finished = connection.finishDate();
         const qsizetype events = recorder.events.size();
-        m_simulator.control(QStringLiteral("reset"), QJsonObject());
+        QVERIFY(m_simulator.reset());
 
         if (kind == QLatin1String("sending")) {
             job.didReceiveSessionStatus(
@@ -285,7 +292,7 @@ private Q_SLOTS:
         QCOMPARE(connection.sessionID(), sessionID);
         QCOMPARE(connection.finishDate(), finished);
         QCOMPARE(fax.connections().size(), 1);
-        QCOMPARE(m_simulator.requestsOf(QStringLiteral("zentari.SessionInitiate")).size(), 1);
+        QCOMPARE(requestsOf(m_simulator, QStringLiteral("zentari.SessionInitiate")).size(), 1);
         for (const QJsonValue &request : m_simulator.requests()) {
             const QString asked =
                 request[QLatin1String("params")][0][QLatin1String("SessionID")].toString();

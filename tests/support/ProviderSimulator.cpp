@@ -2,108 +2,133 @@
 
 #include "TestEnvironment.h"
 
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QTcpSocket>
+#include <QDeadlineTimer>
+#include <QSslCertificate>
+#include <QSslConfiguration>
+#include <QSslSocket>
+#include <QStandardPaths>
+
+#include <memory>
+
+namespace {
+
+constexpr int kStartTimeoutMs = 20000;
+constexpr int kControlTimeoutMs = 10000;
+
+} // namespace
+
+ProviderSimulator::ProviderSimulator(const QStringList &arguments)
+{
+    QStringList command{TestEnvironment::sourceDir()
+                        + QStringLiteral("/tools/provider-sim/provider_sim.py")};
+    command += arguments;
+    if (arguments.contains(QStringLiteral("--https"))) {
+        m_certificatePath = m_folder.filePath(QStringLiteral("simulator.pem"));
+        command << QStringLiteral("--cert-out") << m_certificatePath;
+    }
+    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_process.start(QStandardPaths::findExecutable(QStringLiteral("python3")), command);
+    if (!m_process.waitForStarted(kStartTimeoutMs))
+        return;
+    const QDeadlineTimer deadline(kStartTimeoutMs);
+    while (!m_process.canReadLine() && !deadline.hasExpired()
+           && m_process.state() == QProcess::Running)
+        m_process.waitForReadyRead(int(qMax<qint64>(1, deadline.remainingTime())));
+    if (m_process.canReadLine())
+        m_baseUrl = QUrl(QString::fromUtf8(m_process.readLine()).trimmed());
+}
 
 ProviderSimulator::~ProviderSimulator()
 {
-    stop();
-}
-
-bool ProviderSimulator::start(const QStringList &arguments, QString *error)
-{
-    stop();
-    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_process.start(QStringLiteral("python3"),
-                    QStringList{TestEnvironment::sourceDir()
-                                + QStringLiteral("/tools/provider-sim/provider_sim.py")}
-                        + arguments);
-    QByteArray line;
-    while (!line.contains('\n') && m_process.waitForReadyRead(30000))
-        line += m_process.readLine();
-    m_baseUrl = QUrl(QString::fromUtf8(line.trimmed()));
-    if (!m_baseUrl.isValid() || m_baseUrl.port() <= 0) {
-        if (error) {
-            *error = QStringLiteral("the provider simulator did not start: %1")
-                         .arg(m_process.errorString());
-        }
-        stop();
-        return false;
-    }
-    return true;
-}
-
-void ProviderSimulator::stop()
-{
     if (m_process.state() != QProcess::NotRunning) {
-        m_process.terminate();
-        if (!m_process.waitForFinished(5000)) {
-            m_process.kill();
-            m_process.waitForFinished(5000);
-        }
-    }
-    m_baseUrl = QUrl();
-}
-
-QUrl ProviderSimulator::endpoint() const
-{
-    QUrl url = m_baseUrl;
-    url.setPath(QStringLiteral("/RPC2"));
-    return url;
-}
-
-QStringList ProviderSimulator::environment() const
-{
-    QUrl token = m_baseUrl;
-    token.setPath(QStringLiteral("/v1/authorization/token"));
-    return {QStringLiteral("FAXOLINO_API_URL=") + endpoint().toString(),
-            QStringLiteral("FAXOLINO_TOKEN_URL=") + token.toString()};
-}
-
-void ProviderSimulator::useInThisProcess() const
-{
-    for (const QString &entry : environment()) {
-        const qsizetype split = entry.indexOf(QLatin1Char('='));
-        qputenv(entry.left(split).toUtf8().constData(), entry.mid(split + 1).toUtf8());
+        m_process.kill();
+        m_process.waitForFinished(kControlTimeoutMs);
     }
 }
 
-QJsonValue ProviderSimulator::control(const QString &path, const QJsonValue &postBody)
+bool ProviderSimulator::isRunning() const
 {
-    QTcpSocket socket;
-    socket.connectToHost(m_baseUrl.host(), quint16(m_baseUrl.port()));
-    if (!socket.waitForConnected(10000))
-        return QJsonValue::Undefined;
-    QByteArray body;
-    if (!postBody.isUndefined()) {
-        body = postBody.isObject() ? QJsonDocument(postBody.toObject()).toJson()
-                                   : QJsonDocument(postBody.toArray()).toJson();
+    return m_process.state() == QProcess::Running && m_baseUrl.isValid();
+}
+
+QUrl ProviderSimulator::rpcUrl() const
+{
+    return m_baseUrl.resolved(QUrl(QStringLiteral("/RPC2")));
+}
+
+QUrl ProviderSimulator::tokenUrl() const
+{
+    return m_baseUrl.resolved(QUrl(QStringLiteral("/v1/authorization/token")));
+}
+
+void ProviderSimulator::exportEndpoints() const
+{
+    qputenv("FAXOLINO_API_URL", rpcUrl().toEncoded());
+    qputenv("FAXOLINO_TOKEN_URL", tokenUrl().toEncoded());
+}
+
+QJsonDocument ProviderSimulator::control(const QByteArray &verb, const QString &name,
+                                         const QJsonObject &body) const
+{
+    if (!isRunning())
+        return {};
+    const QByteArray payload =
+        verb == "POST" ? QJsonDocument(body).toJson(QJsonDocument::Compact) : QByteArray();
+
+    // HTTP/1.0: the simulator closes the connection after the answer, which ends the read.
+    std::unique_ptr<QTcpSocket> socket;
+    if (m_baseUrl.scheme() == QLatin1String("https")) {
+        auto ssl = std::make_unique<QSslSocket>();
+        QSslConfiguration configuration = ssl->sslConfiguration();
+        configuration.setCaCertificates(QSslCertificate::fromPath(m_certificatePath));
+        ssl->setSslConfiguration(configuration);
+        ssl->connectToHostEncrypted(m_baseUrl.host(), quint16(m_baseUrl.port()));
+        if (!ssl->waitForEncrypted(kControlTimeoutMs))
+            return {};
+        socket = std::move(ssl);
+    } else {
+        socket = std::make_unique<QTcpSocket>();
+        socket->connectToHost(m_baseUrl.host(), quint16(m_baseUrl.port()));
+        if (!socket->waitForConnected(kControlTimeoutMs))
+            return {};
     }
-    QByteArray request = (postBody.isUndefined() ? "GET" : "POST") + QByteArray(" /_control/")
-                         + path.toUtf8() + " HTTP/1.0\r\nHost: 127.0.0.1\r\nContent-Length: "
-                         + QByteArray::number(body.size()) + "\r\n\r\n" + body;
-    socket.write(request);
+    socket->write(verb + " /_control/" + name.toUtf8() + " HTTP/1.0\r\nHost: "
+                  + m_baseUrl.authority().toUtf8() + "\r\nContent-Type: application/json\r\n"
+                  + "Content-Length: " + QByteArray::number(payload.size()) + "\r\n\r\n" + payload);
     QByteArray answer;
-    // HTTP/1.0: the server closes the connection after its answer.
-    while (socket.state() == QAbstractSocket::ConnectedState && socket.waitForReadyRead(10000))
-        answer += socket.readAll();
-    answer += socket.readAll();
+    const QDeadlineTimer deadline(kControlTimeoutMs);
+    while (socket->state() == QAbstractSocket::ConnectedState && !deadline.hasExpired()) {
+        socket->waitForReadyRead(int(qMax<qint64>(1, deadline.remainingTime())));
+        answer += socket->readAll();
+    }
+    answer += socket->readAll();
     const qsizetype split = answer.indexOf("\r\n\r\n");
-    if (split < 0)
-        return QJsonValue::Undefined;
-    const QJsonDocument document = QJsonDocument::fromJson(answer.mid(split + 4));
-    if (document.isArray())
-        return document.array();
-    return document.object();
+    if (!answer.startsWith("HTTP/") || split < 0 || answer.split(' ').value(1) != "200")
+        return {};
+    return QJsonDocument::fromJson(answer.mid(split + 4));
 }
 
-QJsonArray ProviderSimulator::requestsOf(const QString &method)
+QJsonArray ProviderSimulator::requests() const
 {
-    QJsonArray result;
-    for (const QJsonValue &request : requests()) {
-        if (request[QLatin1String("method")].toString() == method)
-            result.append(request);
-    }
-    return result;
+    return control("GET", QStringLiteral("requests")).array();
+}
+
+QJsonArray ProviderSimulator::redirectRequests() const
+{
+    return control("GET", QStringLiteral("redirect-requests")).array();
+}
+
+QJsonArray ProviderSimulator::sessions() const
+{
+    return control("GET", QStringLiteral("sessions")).array();
+}
+
+bool ProviderSimulator::setFaults(const QJsonObject &faults) const
+{
+    return !control("POST", QStringLiteral("faults"), faults).isNull();
+}
+
+bool ProviderSimulator::reset() const
+{
+    return !control("POST", QStringLiteral("reset")).isNull();
 }

@@ -1,47 +1,55 @@
 #pragma once
 
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <QJsonObject>
-#include <QJsonValue>
 #include <QProcess>
-#include <QString>
 #include <QStringList>
+#include <QTemporaryDir>
 #include <QUrl>
 
-// tools/provider-sim/provider_sim.py as a child of the test: real HTTP on loopback. It dies
-// with its parent, and the destructor ends it as well.
+// The provider simulator (tools/provider-sim) as a child process on loopback, for the
+// lifetime of this object. Its control endpoint is read with blocking sockets, so asking it
+// something never runs the test's event loop.
+//
+//   ProviderSimulator sim({"--outcome", "486=486"});
+//   QVERIFY(sim.isRunning());
+//   sim.exportEndpoints();            // FAXOLINO_API_URL, FAXOLINO_TOKEN_URL
+//   sim.setFaults({{"zentari.BalanceGet", "http500"}});
+//   QJsonArray seen = sim.requests();
 class ProviderSimulator
 {
 public:
-    ProviderSimulator() = default;
+    // "--https" makes it serve HTTPS with a certificate of its own (see certificatePath()).
+    explicit ProviderSimulator(const QStringList &arguments = {});
     ~ProviderSimulator();
     ProviderSimulator(const ProviderSimulator &) = delete;
     ProviderSimulator &operator=(const ProviderSimulator &) = delete;
 
-    // Starts the simulator with these arguments (for example "--account", "demo:secret") and
-    // waits for its address. False, with the reason in `error`, when it does not come up.
-    bool start(const QStringList &arguments, QString *error = nullptr);
-    void stop();
-
-    // "http://127.0.0.1:PORT"
+    bool isRunning() const;
     QUrl baseUrl() const { return m_baseUrl; }
-    // The XML-RPC endpoint, baseUrl plus "/RPC2".
-    QUrl endpoint() const;
+    QUrl rpcUrl() const;
+    QUrl tokenUrl() const;
+    // The PEM certificate of an HTTPS simulator; empty otherwise.
+    QString certificatePath() const { return m_certificatePath; }
 
-    // Points this process's provider client at the simulator.
-    void useInThisProcess() const;
-    // The same as environment entries for a child process.
-    QStringList environment() const;
+    // Points the clients at this simulator.
+    void exportEndpoints() const;
 
-    // A control call (GET without a body, POST with one); blocking, without running the event
-    // loop, so that no answer of the code under test is handled in the middle of it.
-    QJsonValue control(const QString &path, const QJsonValue &postBody = QJsonValue::Undefined);
-    QJsonArray requests() { return control(QStringLiteral("requests")).toArray(); }
-    QJsonArray sessions() { return control(QStringLiteral("sessions")).toArray(); }
-    // The requests of one method, oldest first.
-    QJsonArray requestsOf(const QString &method);
+    // A control request; the answer's JSON, or a null document when it failed.
+    QJsonDocument control(const QByteArray &verb, const QString &name,
+                          const QJsonObject &body = {}) const;
+    QJsonArray requests() const;
+    QJsonArray redirectRequests() const;
+    QJsonArray sessions() const;
+    // {"zentari.BalanceGet": "http500", ...}; a null value clears a method's fault.
+    bool setFaults(const QJsonObject &faults) const;
+    // Forgets requests and sessions and clears every fault.
+    bool reset() const;
 
 private:
+    QTemporaryDir m_folder;
     QProcess m_process;
     QUrl m_baseUrl;
+    QString m_certificatePath;
 };

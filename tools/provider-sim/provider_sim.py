@@ -20,7 +20,10 @@ switch faults, finish sessions and read the record of every request:
   POST /_control/status-options      {"omit_status_code": true, "adopt_unknown": true}
 
 Fault kinds: http401, http500, fault:<code>, empty, truncated, garbage, trickle, noanswer,
-close, redirect.
+close, redirect, huge (a 200 answer of --huge-bytes streamed until the connection closes,
+without a length), huge-declared (the same with its Content-Length announced), and
+body:<text> (a 200 answer with exactly that body). A request answered with trickle or a huge
+body records "answer_complete" (false when the client broke off) and "answer_bytes_sent".
 
 Sessions move queued -> sending -> sent (or failed) one step per status query (--advance
 poll, the default), one step every N seconds (--advance SECONDS), or stay queued until
@@ -53,7 +56,8 @@ import xmlrpc.client
 SIP_DOMAIN = "sip.voxaria.net"
 MAX_BODY = 64 * 1024 * 1024
 FAULT_KINDS = {"http401", "http500", "empty", "truncated", "garbage", "trickle", "noanswer",
-               "close", "redirect"}
+               "close", "redirect", "huge", "huge-declared"}
+CHUNK = 1024 * 1024
 METHODS = ("zentari.SessionInitiate", "zentari.SessionStatusGet", "zentari.OwnUriListGet",
            "zentari.BalanceGet", "token")
 
@@ -87,6 +91,7 @@ class State:
             self.outcomes[suffix] = int(code)
         self.advance = args.advance
         self.trickle_seconds = args.trickle_seconds
+        self.huge_bytes = args.huge_bytes
         self.balance = args.balance
         self.currency = args.currency
         self.requests = []
@@ -105,7 +110,7 @@ class State:
         if kind in (None, "", "none"):
             self.faults.pop(method, None)
             return
-        if kind not in FAULT_KINDS and not kind.startswith("fault:"):
+        if kind not in FAULT_KINDS and not kind.startswith(("fault:", "body:")):
             raise ValueError("unknown fault %r" % kind)
         if kind.startswith("fault:"):
             int(kind[6:])
@@ -227,7 +232,37 @@ class Handler(http.server.BaseHTTPRequestHandler):
             entry.update(extra)
         with self.state.lock:
             self.state.requests.append(entry)
+        self.entry = entry
         return entry
+
+    def note_answer(self, sent, complete):
+        entry = getattr(self, "entry", None)
+        if entry is not None:
+            with self.state.lock:
+                entry["answer_bytes_sent"] = sent
+                entry["answer_complete"] = complete
+
+    def stream(self, chunks):
+        """Writes the chunks; returns how many bytes went out and whether all of them did."""
+        sent = 0
+        try:
+            for chunk in chunks:
+                self.wfile.write(chunk)
+                self.wfile.flush()
+                sent += len(chunk)
+        except OSError:
+            self.close_connection = True
+            return sent, False
+        return sent, True
+
+    def huge_chunks(self, total):
+        head = (b"<?xml version='1.0'?><methodResponse><params><param><value><string>")
+        yield head
+        left = total - len(head)
+        filler = b"A" * CHUNK
+        while left > 0:
+            yield filler[: min(left, CHUNK)]
+            left -= CHUNK
 
     # --- faults -------------------------------------------------------------------------
 
@@ -237,6 +272,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
             kind = self.state.faults.get(method)
             trickle = self.state.trickle_seconds
             redirect = self.state.redirect_url
+            huge = self.state.huge_bytes
         if not kind:
             return False
         if kind == "http401":
@@ -258,13 +294,26 @@ class Handler(http.server.BaseHTTPRequestHandler):
             self.send_header("Content-Type", "text/xml")
             self.send_header("Content-Length", str(len(good_body)))
             self.end_headers()
-            try:
+
+            def bytes_slowly():
                 for byte in good_body:
-                    self.wfile.write(bytes([byte]))
-                    self.wfile.flush()
+                    yield bytes([byte])
                     time.sleep(trickle)
-            except OSError:
-                pass
+
+            self.note_answer(*self.stream(bytes_slowly()))
+        elif kind in ("huge", "huge-declared"):
+            self.send_response(200)
+            self.send_header("Content-Type", "text/xml")
+            if kind == "huge-declared":
+                self.send_header("Content-Length", str(huge))
+            else:
+                self.send_header("Connection", "close")
+            self.end_headers()
+            self.close_connection = True
+            self.note_answer(*self.stream(self.huge_chunks(huge)))
+        elif kind.startswith("body:"):
+            content_type = "application/json" if method == "token" else "text/xml"
+            self.send_plain(200, kind[5:].encode("utf-8"), content_type)
         elif kind == "noanswer":
             # Hold the connection open, answering nothing, until the client gives up.
             try:
@@ -514,6 +563,8 @@ def main():
     parser.add_argument("--adopt-unknown-sessions", action="store_true",
                         help="answer status questions for sessions this run never started")
     parser.add_argument("--trickle-seconds", type=float, default=2.0)
+    parser.add_argument("--huge-bytes", type=int, default=40 * 1024 * 1024,
+                        help="size of the huge answers")
     parser.add_argument("--balance", type=float, default=23.42)
     parser.add_argument("--currency", default="EUR")
     args = parser.parse_args()
