@@ -1,5 +1,6 @@
 #include "FXFaxConnection.h"
 
+#include "FBApplicationHelper.h"
 #include "FBLocalization.h"
 #include "FBUserDefaults.h"
 #include "FXLogging.h"
@@ -13,6 +14,7 @@
 #include "recipients/FXPhoneNumber.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
 #include <QFutureWatcher>
 #include <QSaveFile>
@@ -141,6 +143,9 @@ void FXFaxConnection::startSendingFax()
     // the disk.
     const QByteArray data = _pdfData;
     const QString header = FXFaxHelper::pageHeader();
+    // The processed fax file is written into the working folder, which a fresh account has
+    // not got yet.
+    QDir().mkpath(FBApplicationHelper::applicationSupportFolder());
     const int type = int(_documentType);
     const int threshold = int(_documentTypeThreshold);
     auto *watcher = new QFutureWatcher<PreparedFax>(this);
@@ -152,11 +157,15 @@ void FXFaxConnection::startSendingFax()
     });
     watcher->setFuture(QtConcurrent::run([data, header, type, threshold] {
         PreparedFax prepared;
-        prepared.pageCount =
-            FXPDFGenerator::generatePDFWithData(data, header, type, threshold).pageCount;
+        const FXFaxPageGenerator::Result result =
+            FXPDFGenerator::generatePDFWithData(data, header, type, threshold);
+        prepared.pageCount = result.written ? result.pageCount : 0;
+        prepared.problem = result.errorString;
         QFile processed(FXFaxFileManager::filePathForProcessedFaxFile());
-        if (processed.open(QIODevice::ReadOnly))
+        if (prepared.pageCount > 0 && processed.open(QIODevice::ReadOnly))
             prepared.data = processed.readAll();
+        if (prepared.data.isEmpty())
+            prepared.pageCount = 0;
         return prepared;
     }));
 }
@@ -187,8 +196,9 @@ void FXFaxConnection::sendPreparedFax(const PreparedFax &prepared)
     // The fax's own copy of what it transmits: the report is made from it, also after a
     // restart, when the shared processed file holds another document.
     QSaveFile copy(FXFaxFileManager::filePathForTemporarySendFaxFile(name));
-    if (!copy.open(QIODevice::WriteOnly) || copy.write(prepared.data) != prepared.data.size()
-        || !copy.commit()) {
+    if (!prepared.data.isEmpty()
+        && (!copy.open(QIODevice::WriteOnly) || copy.write(prepared.data) != prepared.data.size()
+            || !copy.commit())) {
         qCWarning(lcService, "Could not write the copy of the fax %s: %s", qPrintable(name),
                   qPrintable(copy.errorString()));
     }
@@ -213,6 +223,16 @@ void FXFaxConnection::sendPreparedFax(const PreparedFax &prepared)
     _currentConnection = connection;
 
     m_inSession = true;
+    if (prepared.pageCount <= 0) {
+        // Nothing the provider could transmit; asking it would only cost a session.
+        qCWarning(lcService, "The fax pages could not be prepared: %s",
+                  qPrintable(prepared.problem.isEmpty()
+                                 ? QStringLiteral("the document has no pages")
+                                 : prepared.problem));
+        handleSentAndFailedStatus(XmlRpcMap{{QStringLiteral("SessionStatus"), "failed"},
+                                            {QStringLiteral("StatusCode"), -1}});
+        return;
+    }
     newServiceClient()->sendFaxFileData(prepared.data, _destinationNumber);
     Q_EMIT sessionRequested(_destinationNumber);
 }

@@ -21,7 +21,8 @@ class VXRestConnection;
 // keeps a copy of the transmitted pages under the fax's file name, starts the provider session
 // and follows it with its own status timer until it is sent or failed, has the transmission
 // report made, and goes on with the next receiver. It never sends a fax twice on its own:
-// a session the provider never answered stays open in the journal for the poller.
+// a session the provider never answered stays open in the journal for the poller. A document
+// that yields no fax pages is not sent at all: the receiver fails with the code -1.
 //
 // All journal changes, timers and delegate callbacks happen on the main thread. Do not delete
 // the job from inside changedProgress(); deleteLater() is fine.
@@ -94,6 +95,7 @@ private:
     {
         int pageCount = 0;
         QByteArray data; // the processed fax file as it was written
+        QString problem; // why there are no pages
     };
 
     void startSendingFax();

@@ -246,9 +246,8 @@ private Q_SLOTS:
     // leaves the attempt open in the journal.
     void giveUp()
     {
-        m_simulator.control(
-            QStringLiteral("faults"),
-            QJsonObject{{QStringLiteral("zentari.SessionInitiate"), QStringLiteral("noanswer")}});
+        QVERIFY(m_simulator.setFaults(
+            QJsonObject{{QStringLiteral("zentari.SessionInitiate"), QStringLiteral("noanswer")}}));
         const Result result =
             run({QStringLiteral("send"), QStringLiteral("--give-up-after"), QStringLiteral("2"),
                  QStringLiteral("--to"), QStringLiteral("+4930555002123"), QStringLiteral("--to"),

@@ -324,6 +324,26 @@ private Q_SLOTS:
         QCOMPARE(recorder.events.last().fax.connections().first().reason(), QStringLiteral("0"));
     }
 
+    // A document without fax pages is not worth a session: the receiver fails at once.
+    void unreadableDocument()
+    {
+        FXFaxConnection job;
+        Recorder recorder;
+        job.setDelegate(&recorder);
+        job.startSendingFaxForPDFData(
+            "%PDF-1.4 but nothing more",
+            {QStringLiteral("+4930555000130"), QStringLiteral("+4930555000131")});
+        QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
+        QCOMPARE(recorder.events.size(), 2);
+        for (const Progress &event : std::as_const(recorder.events)) {
+            QCOMPARE(event.state, -1);
+            QCOMPARE(event.reason, QStringLiteral("-1"));
+            QCOMPARE(event.fax.pages(), 0);
+            QCOMPARE(event.fax.connections().first().reason(), QStringLiteral("-1"));
+        }
+        QVERIFY(m_simulator.requests().isEmpty());
+    }
+
     void noReceivers()
     {
         FXFaxConnection job;
