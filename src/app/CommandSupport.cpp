@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <QGuiApplication>
+#include <QLoggingCategory>
 
 #include <termios.h>
 #include <unistd.h>
@@ -19,6 +20,10 @@ constexpr qsizetype kMaxSecretBytes = 4096;
 
 std::unique_ptr<QCoreApplication> CommandSupport::makeApplication(int &argc, char *argv[], bool gui)
 {
+    // A command's output is for the user; the service's diagnostics stay available through
+    // QT_LOGGING_RULES, and warnings still show.
+    if (qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
+        QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\n*.info=false"));
     std::unique_ptr<QCoreApplication> app;
     if (!QCoreApplication::instance()) {
         if (gui) {
