@@ -29,6 +29,9 @@
 
 #include <algorithm>
 
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 namespace {
 
 const char usage[] =
@@ -221,8 +224,14 @@ private:
     void draw(bool final)
     {
         if (m_terminal) {
-            // Rewrite the receiver's line in place; a finished receiver keeps its line.
-            m_out << '\r' << line(true) << "\x1b[K";
+            // Rewrite the receiver's line in place; a finished receiver keeps its line. A line
+            // wider than the terminal would wrap, and the next rewrite would start on its
+            // second half.
+            QString text = line(true);
+            winsize size{};
+            if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1)
+                text.truncate(size.ws_col - 1);
+            m_out << '\r' << text << "\x1b[K";
             if (final) {
                 m_out << '\n';
                 m_clock.stop();
