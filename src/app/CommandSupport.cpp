@@ -8,6 +8,8 @@
 #include <QGuiApplication>
 #include <QLoggingCategory>
 
+#include <csignal>
+
 #include <termios.h>
 #include <unistd.h>
 
@@ -15,6 +17,16 @@ namespace {
 
 // More than any password; a longer line is cut off here rather than read without end.
 constexpr qsizetype kMaxSecretBytes = 4096;
+
+// The terminal as it was before echo went off, for a signal that ends the prompt.
+termios savedTerminal{};
+
+void restoreTerminalAndDie(int signal)
+{
+    tcsetattr(STDIN_FILENO, TCSAFLUSH, &savedTerminal);
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
 
 } // namespace
 
@@ -90,13 +102,16 @@ bool CommandSupport::isTerminal(std::FILE *stream)
 std::optional<QString> CommandSupport::readSecretLine(const QString &prompt)
 {
     const bool terminal = isTerminal(stdin);
-    termios saved{};
     bool echoOff = false;
+    const int signals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
     if (terminal) {
         std::fputs(prompt.toLocal8Bit().constData(), stderr);
         std::fflush(stderr);
-        if (tcgetattr(STDIN_FILENO, &saved) == 0) {
-            termios quiet = saved;
+        if (tcgetattr(STDIN_FILENO, &savedTerminal) == 0) {
+            // Ctrl-C at the prompt must not leave the terminal without echo.
+            for (const int signal : signals)
+                std::signal(signal, restoreTerminalAndDie);
+            termios quiet = savedTerminal;
             quiet.c_lflag &= ~tcflag_t(ECHO);
             quiet.c_lflag |= ECHONL;
             echoOff = tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet) == 0;
@@ -115,7 +130,11 @@ std::optional<QString> CommandSupport::readSecretLine(const QString &prompt)
             line.append(char(c));
     }
     if (echoOff)
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &saved);
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &savedTerminal);
+    if (terminal) {
+        for (const int signal : signals)
+            std::signal(signal, SIG_DFL);
+    }
     if (line.endsWith('\r'))
         line.chop(1);
     if (!ended && line.isEmpty())

@@ -110,8 +110,7 @@ class SendProgress : public QObject, public FXFaxConnectionDelegate
 {
 public:
     SendProgress(FXFaxConnection *job, const QStringList &numbers, bool terminal, int giveUpSeconds)
-        : m_job(job)
-        , m_numbers(numbers)
+        : m_numbers(numbers)
         , m_terminal(terminal)
         , m_giveUpSeconds(giveUpSeconds)
         , m_out(stdout)
@@ -269,7 +268,6 @@ private:
         QCoreApplication::exit(1);
     }
 
-    FXFaxConnection *m_job;
     QStringList m_numbers;
     bool m_terminal;
     int m_giveUpSeconds;

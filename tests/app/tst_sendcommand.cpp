@@ -242,6 +242,18 @@ private Q_SLOTS:
         QVERIFY(none.out.isEmpty());
     }
 
+    void coverSheet()
+    {
+        const Result result = run({QStringLiteral("send"), QStringLiteral("--cover-subject"),
+                                   QStringLiteral("Quarterly invoice"), QStringLiteral("--to"),
+                                   QStringLiteral("+4930555004123"), letter()});
+        QVERIFY2(result.exitCode == 0, qPrintable(result.out + result.err));
+        QVERIFY(result.out.startsWith(QLatin1String("Sending letter.pdf (3 pages) to 1 receiver")));
+        QVERIFY(journalLines(QStringLiteral("0555004123"))
+                    .first()
+                    .contains(QLatin1String("  3 pages  sent  ")));
+    }
+
     // The provider never answers the session request: the command gives up, says so, and
     // leaves the attempt open in the journal.
     void giveUp()
