@@ -186,6 +186,10 @@ int AccountCommand::run(int argc, char *argv[])
     // The client gives each request its own deadline; this one only keeps a request that never
     // reached the provider from holding the command forever.
     deadline.start(VXRestConnection::requestTimeoutMs() + 5000);
+    if (CommandSupport::isTerminal(stderr)) {
+        err << "Checking the account with the provider...\n";
+        err.flush();
+    }
     check.start();
     QCoreApplication::exec();
 
