@@ -1,5 +1,9 @@
+#include "app/AccountCommand.h"
 #include "app/FBApplicationInstance.h"
+#include "app/JournalCommand.h"
+#include "app/PollCommand.h"
 #include "app/PrepareCommand.h"
+#include "app/SendCommand.h"
 #include "service/FBLocalization.h"
 #include "service/FXLogging.h"
 
@@ -18,8 +22,17 @@ const char usage[] = "Usage: faxolino [--help] [--version]\n"
                      "Sends PDF documents as faxes through a voxaria account.\n"
                      "\n"
                      "Commands:\n"
+                     "  send --to NUMBER [--to NUMBER]... FILE.pdf\n"
+                     "              Send the document as a fax to every receiver.\n"
+                     "  account [--user NAME] [--line E164] [--report-folder DIR]\n"
+                     "              Set up or check the voxaria account (password on stdin).\n"
+                     "  journal [--search TEXT]\n"
+                     "              List the sent faxes, newest first.\n"
+                     "  poll        Ask the provider once about open transmissions.\n"
                      "  prepare IN.pdf OUT.pdf [--type text|mixed] [--threshold 0-4]\n"
                      "              Write the fax pages that would be sent; print their count.\n"
+                     "\n"
+                     "Run `faxolino COMMAND --help` for a command's options.\n"
                      "\n"
                      "Options:\n"
                      "  --help      Show this help and exit.\n"
@@ -34,8 +47,9 @@ struct Command
 };
 
 const Command commands[] = {
-    {"prepare", &PrepareCommand::run},
-    {nullptr, nullptr},
+    {"send", &SendCommand::run},       {"account", &AccountCommand::run},
+    {"journal", &JournalCommand::run}, {"poll", &PollCommand::run},
+    {"prepare", &PrepareCommand::run}, {nullptr, nullptr},
 };
 
 void setApplicationIdentity()
