@@ -118,6 +118,11 @@ QJsonArray ProviderSimulator::redirectRequests() const
     return control("GET", QStringLiteral("redirect-requests")).array();
 }
 
+QJsonArray ProviderSimulator::sessions() const
+{
+    return control("GET", QStringLiteral("sessions")).array();
+}
+
 bool ProviderSimulator::setFaults(const QJsonObject &faults) const
 {
     return !control("POST", QStringLiteral("faults"), faults).isNull();

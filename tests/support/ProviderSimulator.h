@@ -41,6 +41,8 @@ public:
                           const QJsonObject &body = {}) const;
     QJsonArray requests() const;
     QJsonArray redirectRequests() const;
+    // The sessions started so far, with their states.
+    QJsonArray sessions() const;
     // {"zentari.BalanceGet": "http500", ...}; a null value clears a method's fault.
     bool setFaults(const QJsonObject &faults) const;
     // Forgets requests and sessions and clears every fault.
