@@ -107,26 +107,15 @@ int AccountCommand::run(int argc, char *argv[])
     QTextStream err(stderr);
 
     QCommandLineParser parser;
-    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
-    const QCommandLineOption helpOption({QStringLiteral("h"), QStringLiteral("help")},
-                                        QStringLiteral("Show this help."));
     const QCommandLineOption userOption(QStringLiteral("user"), QString(), QStringLiteral("name"));
     const QCommandLineOption lineOption(QStringLiteral("line"), QString(), QStringLiteral("e164"));
     const QCommandLineOption folderOption(QStringLiteral("report-folder"), QString(),
                                           QStringLiteral("dir"));
-    parser.addOptions({helpOption, userOption, lineOption, folderOption});
-    if (!parser.parse(CommandSupport::arguments(argc, argv)))
-        return setupError(err, parser.errorText(), true);
-    if (parser.isSet(helpOption)) {
-        out << usage;
-        return 0;
-    }
-    if (!parser.positionalArguments().isEmpty()) {
-        return setupError(
-            err,
-            QStringLiteral("unexpected argument \"%1\"").arg(parser.positionalArguments().first()),
-            true);
-    }
+    parser.addOptions({userOption, lineOption, folderOption});
+    if (const std::optional<int> exitCode = CommandSupport::parseArguments(
+            parser, argc, argv, usage,
+            [&](const QString &message) { return setupError(err, message, true); }, false))
+        return *exitCode;
     const QString line = digitsOf(parser.value(lineOption));
     if (parser.isSet(lineOption) && line.isEmpty()) {
         return setupError(err, QStringLiteral("\"%1\" is not a fax line: it has no digit")

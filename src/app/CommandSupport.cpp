@@ -4,9 +4,11 @@
 #include "service/FBUserDefaults.h"
 #include "service/KeychainUtils.h"
 
+#include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QLoggingCategory>
+#include <QTextStream>
 
 #include <csignal>
 
@@ -142,4 +144,25 @@ std::optional<QString> CommandSupport::readSecretLine(const QString &prompt)
     const QString secret = QString::fromUtf8(line);
     line.fill('\0');
     return secret;
+}
+
+std::optional<int> CommandSupport::parseArguments(
+    QCommandLineParser &parser, int argc, char *argv[], const char *usage,
+    const std::function<int(const QString &)> &usageError, bool takesArguments)
+{
+    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
+    const QCommandLineOption helpOption({QStringLiteral("h"), QStringLiteral("help")},
+                                        QStringLiteral("Show this help."));
+    parser.addOption(helpOption);
+    if (!parser.parse(arguments(argc, argv)))
+        return usageError(parser.errorText());
+    if (parser.isSet(helpOption)) {
+        QTextStream(stdout) << usage;
+        return 0;
+    }
+    if (!takesArguments && !parser.positionalArguments().isEmpty()) {
+        return usageError(
+            QStringLiteral("unexpected argument \"%1\"").arg(parser.positionalArguments().first()));
+    }
+    return std::nullopt;
 }

@@ -4,6 +4,7 @@
 #include <QStringList>
 
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -24,6 +25,15 @@ public:
 
     // argv as the parser wants it.
     static QStringList arguments(int argc, char *argv[]);
+
+    // Parses a command's arguments (long options with one or two dashes), adding -h/--help.
+    // Returns the code the command ends with: 0 after printing `usage` for --help, or what
+    // `usageError` returns for options that do not parse and, unless the command takes some,
+    // for arguments that are not options. Nothing when the command goes on.
+    static std::optional<int> parseArguments(QCommandLineParser &parser, int argc, char *argv[],
+                                             const char *usage,
+                                             const std::function<int(const QString &)> &usageError,
+                                             bool takesArguments);
 
     // The stored account: the "username" setting and a password in the credential store.
     // False, with a message for the user, when either is missing or the store cannot be read.

@@ -53,23 +53,13 @@ int JournalCommand::run(int argc, char *argv[])
     QTextStream err(stderr);
 
     QCommandLineParser parser;
-    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
-    const QCommandLineOption helpOption({QStringLiteral("h"), QStringLiteral("help")},
-                                        QStringLiteral("Show this help."));
     const QCommandLineOption searchOption(QStringLiteral("search"), QString(),
                                           QStringLiteral("text"));
-    parser.addOptions({helpOption, searchOption});
-    if (!parser.parse(CommandSupport::arguments(argc, argv)))
-        return usageError(err, parser.errorText());
-    if (parser.isSet(helpOption)) {
-        out << usage;
-        return 0;
-    }
-    if (!parser.positionalArguments().isEmpty()) {
-        return usageError(
-            err,
-            QStringLiteral("unexpected argument \"%1\"").arg(parser.positionalArguments().first()));
-    }
+    parser.addOptions({searchOption});
+    if (const std::optional<int> exitCode = CommandSupport::parseArguments(
+            parser, argc, argv, usage,
+            [&](const QString &message) { return usageError(err, message); }, false))
+        return *exitCode;
 
     FXCoreDataController *controller = FXCoreDataController::sharedInstance();
     FXManagedObjectContext *context = controller->managedObjectContext();

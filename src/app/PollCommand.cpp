@@ -50,23 +50,13 @@ int PollCommand::run(int argc, char *argv[])
     QTextStream err(stderr);
 
     QCommandLineParser parser;
-    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
-    const QCommandLineOption helpOption({QStringLiteral("h"), QStringLiteral("help")},
-                                        QStringLiteral("Show this help."));
     const QCommandLineOption timeoutOption(QStringLiteral("timeout"), QString(),
                                            QStringLiteral("seconds"));
-    parser.addOptions({helpOption, timeoutOption});
-    if (!parser.parse(CommandSupport::arguments(argc, argv)))
-        return usageError(err, parser.errorText());
-    if (parser.isSet(helpOption)) {
-        out << usage;
-        return 0;
-    }
-    if (!parser.positionalArguments().isEmpty()) {
-        return usageError(
-            err,
-            QStringLiteral("unexpected argument \"%1\"").arg(parser.positionalArguments().first()));
-    }
+    parser.addOptions({timeoutOption});
+    if (const std::optional<int> exitCode = CommandSupport::parseArguments(
+            parser, argc, argv, usage,
+            [&](const QString &message) { return usageError(err, message); }, false))
+        return *exitCode;
     int timeoutMs = VXRestConnection::requestTimeoutMs() + 5000;
     if (parser.isSet(timeoutOption)) {
         bool isNumber = false;

@@ -1,5 +1,7 @@
 #include "app/PrepareCommand.h"
 
+#include "app/CommandSupport.h"
+
 #include "document/FXFaxPageGenerator.h"
 
 #include <QCommandLineParser>
@@ -41,23 +43,15 @@ int PrepareCommand::run(int argc, char *argv[])
     QTextStream err(stderr);
 
     QCommandLineParser parser;
-    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
-    const QCommandLineOption helpOption({QStringLiteral("h"), QStringLiteral("help")},
-                                        QStringLiteral("Show this help."));
     const QCommandLineOption typeOption(QStringLiteral("type"), QString(), QStringLiteral("type"),
                                         QStringLiteral("text"));
     const QCommandLineOption thresholdOption(QStringLiteral("threshold"), QString(),
                                              QStringLiteral("level"), QStringLiteral("2"));
-    parser.addOptions({helpOption, typeOption, thresholdOption});
-    QStringList arguments;
-    for (int i = 0; i < argc; ++i)
-        arguments << QString::fromLocal8Bit(argv[i]);
-    if (!parser.parse(arguments))
-        return usageError(err, parser.errorText());
-    if (parser.isSet(helpOption)) {
-        out << usage;
-        return 0;
-    }
+    parser.addOptions({typeOption, thresholdOption});
+    if (const std::optional<int> exitCode = CommandSupport::parseArguments(
+            parser, argc, argv, usage,
+            [&](const QString &message) { return usageError(err, message); }, true))
+        return *exitCode;
 
     const QStringList files = parser.positionalArguments();
     if (files.size() != 2)

@@ -295,9 +295,6 @@ int SendCommand::run(int argc, char *argv[])
     QTextStream err(stderr);
 
     QCommandLineParser parser;
-    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
-    const QCommandLineOption helpOption({QStringLiteral("h"), QStringLiteral("help")},
-                                        QStringLiteral("Show this help."));
     const QCommandLineOption toOption(QStringLiteral("to"), QString(), QStringLiteral("number"));
     const QCommandLineOption typeOption(QStringLiteral("type"), QString(), QStringLiteral("type"),
                                         QStringLiteral("text"));
@@ -308,14 +305,11 @@ int SendCommand::run(int argc, char *argv[])
     const QCommandLineOption giveUpOption(QStringLiteral("give-up-after"), QString(),
                                           QStringLiteral("seconds"),
                                           QString::number(kDefaultGiveUpSeconds));
-    parser.addOptions(
-        {helpOption, toOption, typeOption, thresholdOption, coverOption, giveUpOption});
-    if (!parser.parse(CommandSupport::arguments(argc, argv)))
-        return setupError(err, parser.errorText(), true);
-    if (parser.isSet(helpOption)) {
-        out << usage;
-        return 0;
-    }
+    parser.addOptions({toOption, typeOption, thresholdOption, coverOption, giveUpOption});
+    if (const std::optional<int> exitCode = CommandSupport::parseArguments(
+            parser, argc, argv, usage,
+            [&](const QString &message) { return setupError(err, message, true); }, true))
+        return *exitCode;
 
     const QStringList files = parser.positionalArguments();
     if (files.size() != 1)
