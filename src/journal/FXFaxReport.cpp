@@ -1,13 +1,12 @@
 #include "FXFaxReport.h"
 
 #include "Connection.h"
+#include "recipients/FXPhoneNumber.h"
 #include "service/FBBundle.h"
 #include "service/FBLocalization.h"
 #include "service/FXLogging.h"
 
 #include <QFile>
-
-#include <phonenumbers/phonenumberutil.h>
 
 namespace {
 
@@ -51,15 +50,9 @@ QString FXFaxReport::durationText(const QDateTime &begin, const QDateTime &finis
 
 QString FXFaxReport::internationalFormat(const QString &number)
 {
-    using i18n::phonenumbers::PhoneNumber;
-    using i18n::phonenumbers::PhoneNumberUtil;
-    PhoneNumberUtil *util = PhoneNumberUtil::GetInstance();
-    PhoneNumber parsed;
-    if (util->Parse(number.toStdString(), "ZZ", &parsed) != PhoneNumberUtil::NO_PARSING_ERROR)
-        return number;
-    std::string formatted;
-    util->Format(parsed, PhoneNumberUtil::INTERNATIONAL, &formatted);
-    return QString::fromStdString(formatted);
+    const QString formatted =
+        FXPhoneNumber::formattedNumber(number, QString(), FXPhoneNumber::Format::International);
+    return formatted.isEmpty() ? number : formatted;
 }
 
 QString FXFaxReport::reportHTMLForFax(const Fax &fax)

@@ -257,3 +257,20 @@ QString FXPhoneNumber::nationalPrefixForRegion(const QString &region)
     i18n::phonenumbers::PhoneNumberUtil::GetInstance()->GetNddPrefixForRegion(code, false, &prefix);
     return QString::fromStdString(prefix);
 }
+
+QString FXPhoneNumber::formattedNumber(const QString &number, const QString &defaultRegion,
+                                       Format format)
+{
+    using i18n::phonenumbers::PhoneNumber;
+    using i18n::phonenumbers::PhoneNumberUtil;
+    PhoneNumberUtil *util = PhoneNumberUtil::GetInstance();
+    PhoneNumber parsed;
+    const std::string region = defaultRegion.isEmpty() ? "ZZ" : defaultRegion.toStdString();
+    if (util->Parse(number.toStdString(), region, &parsed) != PhoneNumberUtil::NO_PARSING_ERROR)
+        return QString();
+    std::string formatted;
+    util->Format(parsed,
+                 format == Format::E164 ? PhoneNumberUtil::E164 : PhoneNumberUtil::INTERNATIONAL,
+                 &formatted);
+    return QString::fromStdString(formatted);
+}

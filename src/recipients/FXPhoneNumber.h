@@ -41,6 +41,14 @@ public:
     // the locale's.
     static void setRegion(const QString &region);
 
+    // A number parsed by libphonenumber and written in E.164 ("+49301234567") or in the
+    // international format ("+49 30 1234567"). Numbers without a leading "+" are read in
+    // `defaultRegion` ("DE"); none, or "ZZ", reads only international numbers. "" when the
+    // text does not parse.
+    enum class Format { E164, International };
+    static QString formattedNumber(const QString &number, const QString &defaultRegion,
+                                   Format format);
+
     // libphonenumber's calling code of a region as decimal text ("49"), "" when unknown.
     static QString countryCodeForRegion(const QString &region);
     // The national dialling prefix of a region ("0"), "" when there is none or the region

@@ -21,8 +21,6 @@
 #include <QTimer>
 #include <QtConcurrent>
 
-#include <phonenumbers/phonenumberutil.h>
-
 namespace {
 
 int trafficInterval = FXFaxConnection::kTrafficIntervalMs;
@@ -74,18 +72,7 @@ int FXFaxConnection::trafficIntervalMs()
 
 QString FXFaxConnection::e164Number(const QString &number, const QString &region)
 {
-    using i18n::phonenumbers::PhoneNumber;
-    using i18n::phonenumbers::PhoneNumberUtil;
-    PhoneNumberUtil *util = PhoneNumberUtil::GetInstance();
-    PhoneNumber parsed;
-    const std::string defaultRegion = region.isEmpty() ? "ZZ" : region.toStdString();
-    if (util->Parse(number.toStdString(), defaultRegion, &parsed)
-        != PhoneNumberUtil::NO_PARSING_ERROR) {
-        return QString();
-    }
-    std::string formatted;
-    util->Format(parsed, PhoneNumberUtil::E164, &formatted);
-    return QString::fromStdString(formatted);
+    return FXPhoneNumber::formattedNumber(number, region, FXPhoneNumber::Format::E164);
 }
 
 QString FXFaxConnection::currentReceiverPhoneNumber() const
