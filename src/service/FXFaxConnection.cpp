@@ -106,17 +106,22 @@ void FXFaxConnection::startSendingFaxForPDFData(const QByteArray &data,
     _receiverNumbers = toReceiverNumbers;
     m_sending = true;
     if (_receiverNumbers.isEmpty()) {
-        m_sending = false;
-        QMetaObject::invokeMethod(
-            this,
-            [this] {
-                if (_delegate)
-                    _delegate->sendingAllFaxCompleted(this);
-            },
-            Qt::QueuedConnection);
+        completeJob();
         return;
     }
     startSendingFax();
+}
+
+void FXFaxConnection::completeJob()
+{
+    m_sending = false;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            if (_delegate)
+                _delegate->sendingAllFaxCompleted(this);
+        },
+        Qt::QueuedConnection);
 }
 
 void FXFaxConnection::startSendingFax()
@@ -325,18 +330,10 @@ void FXFaxConnection::handleSentAndFailedStatus(const XmlRpcValue &status)
 
     _statusAfterSending = false;
     _sessionID.clear();
-    if (_receiverNumbers.isEmpty()) {
-        m_sending = false;
-        QMetaObject::invokeMethod(
-            this,
-            [this] {
-                if (_delegate)
-                    _delegate->sendingAllFaxCompleted(this);
-            },
-            Qt::QueuedConnection);
-    } else {
+    if (_receiverNumbers.isEmpty())
+        completeJob();
+    else
         startSendingFax();
-    }
 }
 
 void FXFaxConnection::reportProgress(double progress, int state, const QString &title,

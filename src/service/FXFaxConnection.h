@@ -99,6 +99,8 @@ private:
     };
 
     void startSendingFax();
+    // No receiver is left: the delegate hears so once, from the event loop.
+    void completeJob();
     void sendPreparedFax(const PreparedFax &prepared);
     void loadTrafficData();
     void threadLoadTrafficData();
