@@ -1,6 +1,8 @@
 #!/usr/bin/env python3
 """The prepare benchmark's measurements: wall time (median of several runs, ours and the peer
-interleaved), output size, and peak resident memory of each process."""
+interleaved), output size, and peak resident memory. Ours runs as two processes (faxolino
+and its render helper), so its memory is sampled as the sum over the process tree in runs
+that are not timed."""
 
 import os
 import statistics
@@ -24,6 +26,41 @@ def run(command, env=None):
         sys.exit("bench prepare: %s failed (%d): %s" % (command[0], process.returncode,
                                                       err.decode(errors="replace")))
     return seconds, usage.ru_maxrss / 1024.0, out.decode()
+
+
+def tree_pids(pid):
+    pids = [pid]
+    for index in range(len(pids)):
+        try:
+            for task in os.listdir("/proc/%d/task" % pids[index]):
+                with open("/proc/%d/task/%s/children" % (pids[index], task)) as children:
+                    pids.extend(int(child) for child in children.read().split())
+        except OSError:
+            pass
+    return pids
+
+
+def resident_kib(pid):
+    try:
+        with open("/proc/%d/status" % pid) as status:
+            for line in status:
+                if line.startswith("VmRSS:"):
+                    return int(line.split()[1])
+    except OSError:
+        pass
+    return 0
+
+
+def tree_peak_mib(command, env):
+    """Runs a command, sampling the resident memory of it and its children every 2 ms; the
+    peak of the sum in MiB."""
+    process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                               env=env)
+    peak = 0
+    while process.poll() is None:
+        peak = max(peak, sum(resident_kib(pid) for pid in tree_pids(process.pid)))
+        time.sleep(0.002)
+    return peak / 1024.0
 
 
 def main():
@@ -65,6 +102,12 @@ def main():
         print("prepare: 100 pages ours=%.3f peer=%.3f peak_mib=%.0f pages=%s ours_bytes=%d "
               "peer_bytes=%d" % (seconds100, peer100, peak100, out.strip(),
                                  os.path.getsize(ours_out), os.path.getsize(peer_out)))
+
+        tree_peaks = [tree_peak_mib([faxolino, "prepare", documents[pages], ours_out, "--type",
+                                     "text"], env) for pages in (10, 100)]
+        print("prepare: peak of both processes together: 10 pages %.0f MiB, 100 pages %.0f MiB"
+              % tuple(tree_peaks))
+        peaks.extend(tree_peaks)
 
         ours_s = statistics.median(ours_times)
         peer_s = statistics.median(peer_times)

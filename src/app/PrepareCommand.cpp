@@ -71,6 +71,7 @@ int PrepareCommand::run(int argc, char *argv[])
                                    .arg(parser.value(thresholdOption)));
     }
 
+    FXFaxPageGenerator::keepPageMemory();
     QFile input(files.at(0));
     if (!input.open(QIODevice::ReadOnly)) {
         err << "faxolino prepare: cannot read \"" << files.at(0) << "\": " << input.errorString()

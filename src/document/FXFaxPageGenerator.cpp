@@ -4,11 +4,11 @@
 #include "document/FXPageImagePDFWriter.h"
 #include "document/GraphicsAdditions.h"
 
+#include "document/FXPageWorker.h"
+#include "service/FXLogging.h"
+
 #include <QBuffer>
-#include <QFuture>
 #include <QPdfDocument>
-#include <QThreadPool>
-#include <QtConcurrent>
 #include <QtEndian>
 
 #ifdef __SSE2__
@@ -18,24 +18,27 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <malloc.h>
+#include <map>
 #include <new>
 #include <vector>
 
 namespace {
 
-enum class PageOutcome { Written, Skipped, WriteFailed };
+constexpr char memoryNotAllocated[] = "Memory not allocated!";
+
+// Finished pages held back at most by one slow page of the helper process.
+constexpr size_t maxHeldPages = 8;
 
 // The fixed raster message, if any, leads the line that names the page.
-void reportSkippedPage(int page, int pageCount, const char *cause = nullptr)
+void reportSkippedPage(int page, int pageCount, bool outOfMemory = false)
 {
-    if (cause) {
-        std::fputs(cause, stderr);
+    if (outOfMemory) {
+        std::fputs(memoryNotAllocated, stderr);
         std::fputc(' ', stderr);
     }
     std::fprintf(stderr, "Page %d of %d could not be rendered and is left out.\n", page, pageCount);
 }
-
-constexpr char memoryNotAllocated[] = "Memory not allocated!";
 
 // A rendered page is a QImage ARGB32: bytes blue, green, red, alpha, not premultiplied, and
 // what the page leaves transparent must show white. A channel c of alpha a over white is
@@ -209,37 +212,6 @@ FXRaster grayScaledPage(const QImage &page)
     return gray;
 }
 
-PageOutcome finishPage(QImage scaledPage, int page, int pageCount, int useType, int threshold,
-                       FXPageImagePDFWriter *writer)
-{
-    try {
-        FXRaster converted = FXFaxPageGenerator::convertScaledPage(scaledPage, useType, threshold);
-        scaledPage = QImage();
-        if (converted.isNull()) {
-            reportSkippedPage(page, pageCount, memoryNotAllocated);
-            return PageOutcome::Skipped;
-        }
-        QByteArray stream;
-        auto encoding = FXPageImagePDFWriter::Group4;
-        if (FXFaxImageEncoder::isBilevel(converted)) {
-            stream = FXFaxImageEncoder::group4(converted);
-        } else {
-            stream = FXFaxImageEncoder::flate(converted);
-            encoding = FXPageImagePDFWriter::Flate;
-        }
-        if (stream.isEmpty()) {
-            reportSkippedPage(page, pageCount);
-            return PageOutcome::Skipped;
-        }
-        return writer->addPage(stream, encoding, converted.width(), converted.height())
-                   ? PageOutcome::Written
-                   : PageOutcome::WriteFailed;
-    } catch (const std::bad_alloc &) {
-        reportSkippedPage(page, pageCount, memoryNotAllocated);
-        return PageOutcome::Skipped;
-    }
-}
-
 } // namespace
 
 float FXFaxPageGenerator::thresholdForLevel(int level)
@@ -263,6 +235,49 @@ float FXFaxPageGenerator::thresholdForLevel(int level)
 QString FXFaxPageGenerator::pageLabel(int page, int pageCount)
 {
     return QString::asprintf("%02d/%02d", page, pageCount);
+}
+
+void FXFaxPageGenerator::keepPageMemory()
+{
+    // Below glibc's largest mmap threshold (32 MiB), a canvas comes from the heap; a trim
+    // threshold above two canvases keeps the freed one there for the next page.
+    static_assert(qint64(canvasWidth) * canvasHeight * 4 < (qint64(32) << 20));
+    mallopt(M_MMAP_THRESHOLD, 32 << 20);
+    mallopt(M_TRIM_THRESHOLD, 80 << 20);
+}
+
+FXFaxPageGenerator::PreparedPage FXFaxPageGenerator::preparePage(QPdfDocument &document, int page,
+                                                                 int useType, int threshold)
+{
+    PreparedPage prepared;
+    try {
+        FXRaster converted;
+        {
+            const QImage scaledPage = renderScaledPage(document, page);
+            if (scaledPage.isNull())
+                return prepared;
+            converted = convertScaledPage(scaledPage, useType, threshold);
+        }
+        if (converted.isNull()) {
+            prepared.outcome = PreparedPage::OutOfMemory;
+            return prepared;
+        }
+        if (FXFaxImageEncoder::isBilevel(converted)) {
+            prepared.stream = FXFaxImageEncoder::group4(converted);
+        } else {
+            prepared.stream = FXFaxImageEncoder::flate(converted);
+            prepared.encoding = FXPageImagePDFWriter::Flate;
+        }
+        if (!prepared.stream.isEmpty()) {
+            prepared.outcome = PreparedPage::Written;
+            prepared.width = converted.width();
+            prepared.height = converted.height();
+        }
+    } catch (const std::bad_alloc &) {
+        prepared = PreparedPage();
+        prepared.outcome = PreparedPage::OutOfMemory;
+    }
+    return prepared;
 }
 
 QImage FXFaxPageGenerator::renderScaledPage(QPdfDocument &document, int page)
@@ -405,27 +420,55 @@ FXFaxPageGenerator::Result FXFaxPageGenerator::preparePages(QIODevice *input, in
         return result;
     }
 
-    // Rendering holds Qt Pdf's global lock, so it stays on this thread; conversion, coding and
-    // writing of the previous page run meanwhile on a second thread.
-    QThreadPool pool;
-    pool.setMaxThreadCount(1);
-    QFuture<PageOutcome> previous;
+    // Both processes take pages from the same counter; finished pages wait here until the
+    // ones before them are written, so the document comes out as it would from one process.
+    FXPageWorker worker(pageCount);
+    if (pageCount >= 2 && FXPageWorker::isAvailable())
+        worker.start(input, useType, threshold);
+    std::map<int, PreparedPage> finished;
+    int nextToWrite = 1;
     bool writeFailed = false;
-    for (int page = 1; page <= pageCount && !writeFailed; ++page) {
-        QImage scaledPage = renderScaledPage(document, page);
-        if (previous.isValid())
-            writeFailed = previous.result() == PageOutcome::WriteFailed;
-        if (scaledPage.isNull()) {
-            reportSkippedPage(page, pageCount);
-            continue;
+    const auto writeFinished = [&] {
+        for (auto it = finished.find(nextToWrite); it != finished.end() && !writeFailed;
+             it = finished.find(++nextToWrite)) {
+            const PreparedPage &page = it->second;
+            if (page.outcome != PreparedPage::Written)
+                reportSkippedPage(nextToWrite, pageCount,
+                                  page.outcome == PreparedPage::OutOfMemory);
+            else if (!writer.addPage(page.stream, page.encoding, page.width, page.height))
+                writeFailed = true;
+            finished.erase(it);
         }
-        if (writeFailed)
+    };
+    // The pages the helper took but never sent, when it has ended: prepared here instead.
+    const auto takeOverLostPages = [&] {
+        for (int page : worker.lostPages(nextToWrite, finished)) {
+            qCInfo(lcDocument, "Page %d of %d is prepared here in place of the render helper", page,
+                   pageCount);
+            finished.emplace(page, preparePage(document, page, useType, threshold));
+        }
+    };
+
+    while (!writeFailed) {
+        // Waits for the helper when too many of this process's pages are held back by one
+        // of its pages, so that held pages stay few.
+        worker.receive(finished, finished.size() >= maxHeldPages);
+        takeOverLostPages();
+        writeFinished();
+        const int page = worker.claim();
+        if (page == 0)
             break;
-        previous = QtConcurrent::run(&pool, finishPage, std::move(scaledPage), page, pageCount,
-                                     useType, threshold, &writer);
+        finished.emplace(page, preparePage(document, page, useType, threshold));
+        writeFinished();
     }
-    if (previous.isValid() && previous.result() == PageOutcome::WriteFailed)
-        writeFailed = true;
+    while (!writeFailed && worker.isRunning()) {
+        worker.receive(finished, true);
+        writeFinished();
+    }
+    if (!writeFailed) {
+        takeOverLostPages();
+        writeFinished();
+    }
 
     if (writeFailed || !writer.commit()) {
         result.errorString = writer.errorString();
@@ -433,5 +476,6 @@ FXFaxPageGenerator::Result FXFaxPageGenerator::preparePages(QIODevice *input, in
     }
     result.written = true;
     result.pageCount = writer.pageCount();
+    result.helperPageCount = worker.deliveredPageCount();
     return result;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "document/FXPageImagePDFWriter.h"
 #include "document/FXRaster.h"
 
 #include <QByteArray>
@@ -32,14 +33,32 @@ public:
         bool readable = false; // the input opened as a PDF (a password-protected one does not)
         bool written = false;  // the output file was written
         int sourcePageCount = 0;
-        int pageCount = 0; // pages written; pages that could not be rendered are left out
+        int pageCount = 0;       // pages written; pages that could not be rendered are left out
+        int helperPageCount = 0; // of those, pages prepared by the helper process
         QString errorString;
     };
 
+    // One page ready for the writer: its image coded as the writer takes it, or why there is
+    // none.
+    struct PreparedPage
+    {
+        enum Outcome : qint32 {
+            Written = 0,
+            NotRendered = 1, // the page could not be rendered or coded
+            OutOfMemory = 2, // a raster could not be allocated
+        };
+        Outcome outcome = NotRendered;
+        FXPageImagePDFWriter::Encoding encoding = FXPageImagePDFWriter::Group4;
+        int width = 0;
+        int height = 0;
+        QByteArray stream;
+    };
+
     // Prepares every page of the PDF in data and writes the fax document to toPath, replacing
-    // it. Pages are rendered on the calling thread while the previous page is converted and
-    // written on a second one, so at most two pages are in memory. The header text is not
-    // stamped onto the pages. Synchronous; run it off the main thread.
+    // it. Qt Pdf renders one page at a time per process, so where there are two processors
+    // the pages are shared with a helper process (FXPageWorker); each process prepares one
+    // page at a time, so at most two pages are in memory. The header text is not stamped onto
+    // the pages. Synchronous; run it off the main thread.
     static Result generatePDFWithData(const QByteArray &data, const QString &withHeader,
                                       int useType, int threshold, const QString &toPath,
                                       UnreadableInput unreadable = WriteEmptyDocument);
@@ -48,6 +67,14 @@ public:
     static Result generatePDFWithDevice(QIODevice *input, const QString &withHeader, int useType,
                                         int threshold, const QString &toPath,
                                         UnreadableInput unreadable = WriteEmptyDocument);
+
+    // Renders, converts and codes page `page` (counted from 1).
+    static PreparedPage preparePage(QPdfDocument &document, int page, int useType, int threshold);
+
+    // For processes that do little but prepare pages: keeps the page rasters' memory on the
+    // heap between pages. glibc would otherwise map each 32 MB raster afresh and unmap it
+    // after, paying about 8000 page faults a page.
+    static void keepPageMemory();
 
     // The brightness fraction of a threshold level (0 to 4); any other level gives 0.84.
     static float thresholdForLevel(int level);

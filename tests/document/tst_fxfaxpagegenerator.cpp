@@ -1,3 +1,4 @@
+#include "LogCapture.h"
 #include "TestEnvironment.h"
 #include "document/FXFaxPageGenerator.h"
 #include "document/GraphicsAdditions.h"
@@ -58,6 +59,29 @@ bool samePixels(const FXRaster &a, const FXRaster &b)
     }
     return true;
 }
+
+// Writes an executable script standing in for the render helper.
+QString helperScript(const QString &dir, const QByteArray &body)
+{
+    const QString path = dir + QStringLiteral("/helper");
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return QString();
+    file.write(body);
+    file.close();
+    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    return path;
+}
+
+// Sets FAXOLINO_RENDER_HELPER for the lifetime of the guard.
+struct HelperOverride
+{
+    explicit HelperOverride(const QString &path)
+    {
+        qputenv("FAXOLINO_RENDER_HELPER", path.toLocal8Bit());
+    }
+    ~HelperOverride() { qunsetenv("FAXOLINO_RENDER_HELPER"); }
+};
 
 } // namespace
 
@@ -264,6 +288,68 @@ private Q_SLOTS:
         QCOMPARE(written(level), written(sameAsLevel));
         if (type == 0) // ... while the levels themselves matter.
             QVERIFY(written(level) != written(2));
+    }
+
+    // However the pages are shared with the helper process, and whatever becomes of it, the
+    // document comes out as this process alone writes it.
+    void helperProcess_data()
+    {
+        QTest::addColumn<QByteArray>("helper"); // a script, or "" for the real helper
+        QTest::addColumn<QString>("warning");
+        QTest::newRow("the helper") << QByteArray() << QString();
+        QTest::newRow("missing") << QByteArray("-") << QString();
+        QTest::newRow("fails at once")
+            << QByteArray("#!/bin/sh\nexit 3\n") << "The render helper ended early (status 3)";
+        // Takes two pages through the shared counter and dies without sending them.
+        QTest::newRow("dies holding pages")
+            << QByteArray("#!/usr/bin/python3\nimport mmap, os, struct\n"
+                          "m = mmap.mmap(3, 4)\n"
+                          "m[0:4] = struct.pack('i', struct.unpack('i', m[0:4])[0] + 2)\n"
+                          "os.kill(os.getpid(), 9)\n")
+            << "The render helper ended early (signal 9)";
+        QTest::newRow("sends garbage")
+            << QByteArray("#!/bin/sh\nhead -c 100000 /dev/urandom\nexec sleep 60\n")
+            << "The render helper sent something that is not a page";
+        // A well-formed message for a page nobody has taken.
+        QTest::newRow("sends an untaken page")
+            << QByteArray("#!/usr/bin/python3\nimport struct, sys, time\n"
+                          "sys.stdout.buffer.write(struct.pack('<Iiiiiiq', 0x46585047, 6, 1, 0, "
+                          "0, 0, 0))\nsys.stdout.flush()\ntime.sleep(60)\n")
+            << "The render helper sent something that is not a page";
+    }
+    void helperProcess()
+    {
+        QFETCH(QByteArray, helper);
+        QFETCH(QString, warning);
+        const QByteArray input = readFile(fixture(QStringLiteral("five.pdf")));
+        const QString alone = m_dir.filePath(QStringLiteral("alone.pdf"));
+        {
+            const HelperOverride off{QString()};
+            const FXFaxPageGenerator::Result result =
+                FXFaxPageGenerator::generatePDFWithData(input, QString(), 0, 2, alone);
+            QCOMPARE(result.pageCount, 5);
+            QCOMPARE(result.helperPageCount, 0);
+        }
+
+        QString program = TestEnvironment::binDir() + QStringLiteral("/faxolino-render");
+        if (helper == "-")
+            program = m_dir.filePath(QStringLiteral("no-such-helper"));
+        else if (!helper.isEmpty())
+            program = helperScript(m_dir.path(), helper);
+        const HelperOverride override(program);
+        LogCapture log;
+        const QString shared = m_dir.filePath(QStringLiteral("shared.pdf"));
+        const FXFaxPageGenerator::Result result =
+            FXFaxPageGenerator::generatePDFWithData(input, QString(), 0, 2, shared);
+        QVERIFY(result.written);
+        QCOMPARE(result.pageCount, 5);
+        QCOMPARE(readFile(shared), readFile(alone));
+        if (!warning.isEmpty())
+            QVERIFY2(log.contains(warning), qPrintable(log.messages().join(QLatin1Char('\n'))));
+        if (helper.isEmpty())
+            QVERIFY(result.helperPageCount > 0);
+        else
+            QCOMPARE(result.helperPageCount, 0);
     }
 
     void damagedInput_data()

@@ -1,0 +1,388 @@
+#include "document/FXPageWorker.h"
+
+#include "service/FXLogging.h"
+
+#include <QFile>
+#include <QIODevice>
+#include <QPdfDocument>
+#include <QThread>
+
+#include <atomic>
+#include <cerrno>
+#include <charconv>
+#include <climits>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char **environ;
+
+#ifndef FAXOLINO_LIBEXEC_DIR
+#define FAXOLINO_LIBEXEC_DIR "/usr/libexec/faxolino"
+#endif
+
+namespace {
+
+constexpr char helperName[] = "faxolino-render";
+constexpr int sharedFd = 3;
+constexpr quint32 messageMagic = 0x46585047; // "FXPG"
+// No coded page comes near this; anything longer is not a page.
+constexpr qint64 maxStreamLength = qint64(64) << 20;
+constexpr int pipeSize = 1 << 20;
+
+// What the helper writes per page, followed by `length` bytes of the coded image.
+struct MessageHeader
+{
+    quint32 magic;
+    qint32 page;
+    qint32 outcome;
+    qint32 encoding;
+    qint32 width;
+    qint32 height;
+    qint64 length;
+};
+
+bool writeAll(int fd, const char *data, size_t size)
+{
+    while (size > 0) {
+        const ssize_t written = ::write(fd, data, size);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return false;
+        data += written;
+        size -= size_t(written);
+    }
+    return true;
+}
+
+bool parseInt(const char *text, int &value)
+{
+    const char *end = text + std::strlen(text);
+    const auto [rest, error] = std::from_chars(text, end, value);
+    return error == std::errc() && rest == end;
+}
+
+bool isExecutable(const QByteArray &path)
+{
+    struct stat info;
+    return ::stat(path.constData(), &info) == 0 && S_ISREG(info.st_mode)
+           && ::access(path.constData(), X_OK) == 0;
+}
+
+// A descriptor of its own on the document for the helper: the same file reopened (so that
+// the two processes' read positions are independent), or the bytes copied into memory.
+int documentDescriptor(QIODevice *input)
+{
+    if (auto *file = qobject_cast<QFile *>(input); file && file->handle() >= 0) {
+        const QByteArray path = "/proc/self/fd/" + QByteArray::number(file->handle());
+        const int fd = ::open(path.constData(), O_RDONLY | O_CLOEXEC);
+        if (fd >= 0)
+            return fd;
+    }
+    const int fd = ::memfd_create("faxolino-document", MFD_CLOEXEC);
+    if (fd < 0)
+        return -1;
+    const qint64 position = input->pos();
+    bool copied = input->seek(0);
+    QByteArray chunk(1 << 20, Qt::Uninitialized);
+    while (copied) {
+        const qint64 count = input->read(chunk.data(), chunk.size());
+        if (count <= 0) {
+            copied = count == 0;
+            break;
+        }
+        copied = writeAll(fd, chunk.constData(), size_t(count));
+    }
+    input->seek(position);
+    if (!copied || ::lseek(fd, 0, SEEK_SET) != 0) {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+} // namespace
+
+struct FXPageWorker::Shared
+{
+    std::atomic<int> next; // the next page to hand out
+};
+
+static_assert(std::atomic<int>::is_always_lock_free, "the counter is shared between processes");
+
+FXPageWorker::FXPageWorker(int pageCount)
+    : m_pageCount(std::clamp(pageCount, 0, INT_MAX - 4))
+{}
+
+FXPageWorker::~FXPageWorker()
+{
+    stop(true);
+    if (m_shared)
+        ::munmap(m_shared, sizeof(Shared));
+    if (m_sharedFd >= 0)
+        ::close(m_sharedFd);
+}
+
+QString FXPageWorker::helperPath()
+{
+    if (qEnvironmentVariableIsSet("FAXOLINO_RENDER_HELPER"))
+        return qEnvironmentVariable("FAXOLINO_RENDER_HELPER");
+    // Beside the running program (a build tree), else where the package puts it.
+    char self[PATH_MAX];
+    const ssize_t length = ::readlink("/proc/self/exe", self, sizeof self - 1);
+    if (length > 0) {
+        QByteArray path(self, length);
+        path.truncate(path.lastIndexOf('/') + 1);
+        path += helperName;
+        if (isExecutable(path))
+            return QString::fromLocal8Bit(path);
+    }
+    return QStringLiteral(FAXOLINO_LIBEXEC_DIR "/") + QLatin1String(helperName);
+}
+
+bool FXPageWorker::isAvailable()
+{
+    const QString path = helperPath();
+    return QThread::idealThreadCount() >= 2 && !path.isEmpty()
+           && isExecutable(QFile::encodeName(path));
+}
+
+bool FXPageWorker::start(QIODevice *input, int useType, int threshold)
+{
+    if (m_pid > 0 || m_shared || m_pageCount < 1 || !input)
+        return false;
+    m_sharedFd = ::memfd_create("faxolino-pages", MFD_CLOEXEC);
+    if (m_sharedFd < 0 || ::ftruncate(m_sharedFd, sizeof(Shared)) != 0) {
+        qCWarning(lcDocument, "No shared page counter for the render helper: %s",
+                  std::strerror(errno));
+        return false;
+    }
+    void *memory =
+        ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED, m_sharedFd, 0);
+    if (memory == MAP_FAILED) {
+        qCWarning(lcDocument, "No shared page counter for the render helper: %s",
+                  std::strerror(errno));
+        return false;
+    }
+    m_shared = new (memory) Shared{m_localNext};
+
+    const int document = documentDescriptor(input);
+    int pipe[2];
+    if (document < 0 || ::pipe2(pipe, O_CLOEXEC) != 0) {
+        qCWarning(lcDocument, "Cannot hand the document to the render helper: %s",
+                  std::strerror(errno));
+        if (document >= 0)
+            ::close(document);
+        return false;
+    }
+    // Room for a few coded pages, so that the helper seldom waits for this process to read.
+    ::fcntl(pipe[0], F_SETPIPE_SZ, pipeSize);
+    ::fcntl(pipe[0], F_SETFL, ::fcntl(pipe[0], F_GETFL) | O_NONBLOCK);
+
+    const QByteArray program = QFile::encodeName(helperPath());
+    const QByteArray pages = QByteArray::number(m_pageCount);
+    const QByteArray type = QByteArray::number(useType);
+    const QByteArray level = QByteArray::number(threshold);
+    const QByteArray parent = QByteArray::number(qint64(::getpid()));
+    char *arguments[] = {
+        const_cast<char *>(helperName),         const_cast<char *>(pages.constData()),
+        const_cast<char *>(type.constData()),   const_cast<char *>(level.constData()),
+        const_cast<char *>(parent.constData()), nullptr};
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, document, STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, pipe[1], STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, m_sharedFd, sharedFd);
+    pid_t pid = -1;
+    const int error =
+        ::posix_spawn(&pid, program.constData(), &actions, nullptr, arguments, environ);
+    posix_spawn_file_actions_destroy(&actions);
+    ::close(document);
+    ::close(pipe[1]);
+    if (error != 0) {
+        qCWarning(lcDocument, "Cannot start the render helper %s: %s", program.constData(),
+                  std::strerror(error));
+        ::close(pipe[0]);
+        return false;
+    }
+    m_pid = pid;
+    m_pipe = pipe[0];
+    m_sent.assign(size_t(m_pageCount) + 1, false);
+    return true;
+}
+
+int FXPageWorker::claim()
+{
+    const int page = m_shared ? m_shared->next.fetch_add(1) : m_localNext++;
+    return page <= m_pageCount ? page : 0;
+}
+
+void FXPageWorker::receive(std::map<int, FXFaxPageGenerator::PreparedPage> &pages, bool wait)
+{
+    const int before = m_received;
+    while (m_pid > 0) {
+        const bool open = readAvailable();
+        if (!parseMessages(pages)) {
+            qCWarning(lcDocument, "The render helper sent something that is not a page");
+            stop(true);
+            return;
+        }
+        if (!open) {
+            stop(false);
+            return;
+        }
+        if (!wait || m_received > before)
+            return;
+        pollfd readable{m_pipe, POLLIN, 0};
+        if (::poll(&readable, 1, -1) < 0 && errno != EINTR) {
+            stop(true);
+            return;
+        }
+    }
+}
+
+bool FXPageWorker::readAvailable()
+{
+    char chunk[65536];
+    for (;;) {
+        const ssize_t count = ::read(m_pipe, chunk, sizeof chunk);
+        if (count > 0) {
+            m_buffer.append(chunk, count);
+            continue;
+        }
+        if (count < 0 && errno == EINTR)
+            continue;
+        return count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
+    }
+}
+
+bool FXPageWorker::parseMessages(std::map<int, FXFaxPageGenerator::PreparedPage> &pages)
+{
+    using Page = FXFaxPageGenerator::PreparedPage;
+    qsizetype offset = 0;
+    while (m_buffer.size() - offset >= qsizetype(sizeof(MessageHeader))) {
+        MessageHeader header;
+        std::memcpy(&header, m_buffer.constData() + offset, sizeof header);
+        const int claimed = m_shared ? std::min(m_shared->next.load(), m_pageCount + 1) : 0;
+        if (header.magic != messageMagic || header.page < 1 || header.page >= claimed
+            || m_sent[size_t(header.page)] || header.length < 0 || header.length > maxStreamLength
+            || header.outcome < Page::Written || header.outcome > Page::OutOfMemory)
+            return false;
+        if (m_buffer.size() - offset - qsizetype(sizeof header) < header.length)
+            break;
+        Page page;
+        page.outcome = Page::Outcome(header.outcome);
+        if (page.outcome == Page::Written) {
+            if ((header.encoding != FXPageImagePDFWriter::Group4
+                 && header.encoding != FXPageImagePDFWriter::Flate)
+                || header.width != FXFaxPageGenerator::canvasWidth
+                || header.height != FXFaxPageGenerator::canvasHeight || header.length == 0)
+                return false;
+            page.encoding = FXPageImagePDFWriter::Encoding(header.encoding);
+            page.width = header.width;
+            page.height = header.height;
+            page.stream = m_buffer.mid(offset + qsizetype(sizeof header), header.length);
+            ++m_delivered;
+        }
+        m_sent[size_t(header.page)] = true;
+        ++m_received;
+        pages.insert_or_assign(header.page, std::move(page));
+        offset += qsizetype(sizeof header) + header.length;
+    }
+    m_buffer.remove(0, offset);
+    return true;
+}
+
+std::vector<int>
+FXPageWorker::lostPages(int firstUnwritten,
+                        const std::map<int, FXFaxPageGenerator::PreparedPage> &pages)
+{
+    std::vector<int> lost;
+    if (m_pid > 0 || !m_shared)
+        return lost;
+    const int claimed = std::min(m_shared->next.load() - 1, m_pageCount);
+    for (int page = std::max(firstUnwritten, 1); page <= claimed; ++page) {
+        if (!pages.count(page))
+            lost.push_back(page);
+    }
+    return lost;
+}
+
+void FXPageWorker::stop(bool kill)
+{
+    if (m_pid > 0) {
+        // After the end of its output the helper is on its way out; otherwise it is stopped.
+        if (kill)
+            ::kill(m_pid, SIGKILL);
+        int status = 0;
+        while (::waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {
+        }
+        if (!kill && !(WIFEXITED(status) && WEXITSTATUS(status) == 0)) {
+            qCWarning(lcDocument,
+                      "The render helper ended early (%s %d); its pages are prepared here",
+                      WIFSIGNALED(status) ? "signal" : "status",
+                      WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status));
+        }
+        m_pid = -1;
+    }
+    if (m_pipe >= 0) {
+        ::close(m_pipe);
+        m_pipe = -1;
+    }
+    m_buffer.clear();
+}
+
+int FXPageWorker::serve(int argc, char *argv[])
+{
+    int pageCount = 0, useType = 0, threshold = 0, parent = 0;
+    if (argc != 5 || !parseInt(argv[1], pageCount) || !parseInt(argv[2], useType)
+        || !parseInt(argv[3], threshold) || !parseInt(argv[4], parent) || pageCount < 1) {
+        std::fputs("faxolino-render: to be started by Faxolino only\n", stderr);
+        return 2;
+    }
+    // Ends with the process that started it.
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent)
+        return 1;
+    std::signal(SIGPIPE, SIG_IGN);
+    FXFaxPageGenerator::keepPageMemory();
+
+    struct stat info;
+    if (::fstat(sharedFd, &info) != 0 || info.st_size < qint64(sizeof(Shared)))
+        return 2;
+    void *memory = ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED, sharedFd, 0);
+    if (memory == MAP_FAILED)
+        return 2;
+    auto *shared = static_cast<Shared *>(memory);
+
+    QFile input;
+    if (!input.open(STDIN_FILENO, QIODevice::ReadOnly, QFileDevice::DontCloseHandle))
+        return 1;
+    QPdfDocument document;
+    document.load(&input);
+    if (document.status() != QPdfDocument::Status::Ready || document.pageCount() != pageCount)
+        return 1;
+
+    for (;;) {
+        const int page = shared->next.fetch_add(1);
+        if (page > pageCount)
+            return 0;
+        const FXFaxPageGenerator::PreparedPage prepared =
+            FXFaxPageGenerator::preparePage(document, page, useType, threshold);
+        const MessageHeader header{messageMagic,          page,           prepared.outcome,
+                                   prepared.encoding,     prepared.width, prepared.height,
+                                   prepared.stream.size()};
+        if (!writeAll(STDOUT_FILENO, reinterpret_cast<const char *>(&header), sizeof header)
+            || !writeAll(STDOUT_FILENO, prepared.stream.constData(),
+                         size_t(prepared.stream.size())))
+            return 1;
+    }
+}

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "document/FXFaxPageGenerator.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <map>
+#include <sys/types.h>
+#include <vector>
+
+class QIODevice;
+
+// Shares the pages of one document between this process and a helper process
+// (faxolino-render), because Qt Pdf renders one page at a time per process. Both take the
+// next page number from a counter in shared memory, so a slow page holds up neither; the
+// helper prepares each page it takes and sends it back through a pipe. Without a helper the
+// counter simply hands every page to this process.
+class FXPageWorker
+{
+public:
+    explicit FXPageWorker(int pageCount);
+    FXPageWorker(const FXPageWorker &) = delete;
+    FXPageWorker &operator=(const FXPageWorker &) = delete;
+    // Stops a helper that is still running.
+    ~FXPageWorker();
+
+    // Whether a helper can be used here: a second processor and the helper program.
+    // FAXOLINO_RENDER_HELPER names the program; set to an empty value it turns the helper off.
+    static bool isAvailable();
+    static QString helperPath();
+
+    // Starts the helper on the document in input (a file is reopened, anything else copied to
+    // memory). False when it could not be started; the pages then all stay here.
+    bool start(QIODevice *input, int useType, int threshold);
+    bool isRunning() const { return m_pid > 0; }
+
+    // The next page to prepare here, counted from 1, or 0 when every page has been taken.
+    int claim();
+
+    // Moves the pages the helper has sent into pages. With wait, blocks until at least one
+    // arrives or the helper ends. A helper that sends something malformed is stopped.
+    void receive(std::map<int, FXFaxPageGenerator::PreparedPage> &pages, bool wait);
+
+    // Once the helper has ended: the pages it took but never sent, from firstUnwritten on,
+    // leaving out those already in pages. They are this process's to prepare.
+    std::vector<int> lostPages(int firstUnwritten,
+                               const std::map<int, FXFaxPageGenerator::PreparedPage> &pages);
+
+    // Pages the helper sent.
+    int deliveredPageCount() const { return m_delivered; }
+
+    // The helper program's main: faxolino-render PAGES TYPE THRESHOLD PARENT-PID, with the
+    // document on standard input, the pipe on standard output and the counter on fd 3.
+    static int serve(int argc, char *argv[]);
+
+private:
+    struct Shared;
+
+    bool readAvailable();
+    bool parseMessages(std::map<int, FXFaxPageGenerator::PreparedPage> &pages);
+    void stop(bool kill);
+
+    int m_pageCount = 0;
+    int m_sharedFd = -1;
+    Shared *m_shared = nullptr;
+    int m_localNext = 1; // the counter when shared memory cannot be had
+    pid_t m_pid = -1;
+    int m_pipe = -1;
+    QByteArray m_buffer;
+    std::vector<bool> m_sent; // by page, what the helper has sent
+    int m_received = 0;
+    int m_delivered = 0;
+};
