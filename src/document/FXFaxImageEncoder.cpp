@@ -1,5 +1,7 @@
 #include "document/FXFaxImageEncoder.h"
 
+#include "document/FXGroup4Encoder.h"
+#include "document/GraphicsAdditions.h"
 #include "service/FXLogging.h"
 
 #include <tiffio.h>
@@ -126,8 +128,6 @@ QByteArray encodeStrip(int width, int height, int bitsPerSample, uint16_t compre
         TIFFSetField(t, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
         TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, uint32_t(height));
         TIFFSetField(t, TIFFTAG_COMPRESSION, compression);
-        if (compression == COMPRESSION_CCITTFAX4)
-            TIFFSetField(t, TIFFTAG_GROUP4OPTIONS, uint32_t(0));
         if (!write(t))
             return QByteArray();
         // Pushes the strip out so that its place in the file is known. Closing then appends
@@ -184,27 +184,16 @@ bool FXFaxImageEncoder::isBilevel(const FXRaster &gray)
 
 QByteArray FXFaxImageEncoder::group4(const FXRaster &raster)
 {
+    if (raster.layout() == FXRaster::Bilevel)
+        return FXGroup4Encoder::encode(raster);
     if (raster.isNull() || !isBilevel(raster))
         return QByteArray();
-    const int width = raster.width();
-    // The coder counts runs of 0 bits as white, so black goes in as 1.
-    if (raster.layout() == FXRaster::Bilevel) {
-        return encodeStrip(width, raster.height(), 1, COMPRESSION_CCITTFAX4, PHOTOMETRIC_MINISWHITE,
-                           scanlines(raster.height(), [&](uchar *out, int y) {
-                               const uchar *in = raster.row(y);
-                               for (qsizetype i = 0, n = raster.usedBytesPerRow(); i < n; ++i)
-                                   out[i] = uchar(~in[i]);
-                           }));
+    try {
+        // 0 and 255 only, so the 1-bit form holds the same pixels.
+        return FXGroup4Encoder::encode(GraphicsAdditions::binaryRepresentation(raster));
+    } catch (const std::bad_alloc &) {
+        return QByteArray();
     }
-    return encodeStrip(width, raster.height(), 1, COMPRESSION_CCITTFAX4, PHOTOMETRIC_MINISWHITE,
-                       scanlines(raster.height(), [&](uchar *out, int y) {
-                           const uchar *in = raster.row(y);
-                           std::memset(out, 0, size_t(width + 7) / 8);
-                           for (int x = 0; x < width; ++x) {
-                               if (in[x] == 0)
-                                   out[x / 8] |= uchar(0x80 >> (x % 8));
-                           }
-                       }));
 }
 
 QByteArray FXFaxImageEncoder::flate(const FXRaster &gray)
