@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """The prepare benchmark's measurements: wall time (median of several runs, ours and the peer
 interleaved), output size, and peak resident memory. Ours runs as two processes (faxolino
-and its render helper), so its memory is sampled as the sum over the process tree in runs
-that are not timed."""
+and its render helper), so its memory is also sampled as the sum of both (proportional set
+sizes, so that shared libraries count once) in runs that are not timed."""
 
 import os
 import statistics
@@ -40,11 +40,13 @@ def tree_pids(pid):
     return pids
 
 
-def resident_kib(pid):
+def proportional_kib(pid):
+    """The process's proportional set size: pages it shares with the other process (the Qt
+    libraries above all) count half in each."""
     try:
-        with open("/proc/%d/status" % pid) as status:
-            for line in status:
-                if line.startswith("VmRSS:"):
+        with open("/proc/%d/smaps_rollup" % pid) as rollup:
+            for line in rollup:
+                if line.startswith("Pss:"):
                     return int(line.split()[1])
     except OSError:
         pass
@@ -52,13 +54,13 @@ def resident_kib(pid):
 
 
 def tree_peak_mib(command, env):
-    """Runs a command, sampling the resident memory of it and its children every 2 ms; the
-    peak of the sum in MiB."""
+    """Runs a command, sampling the memory of it and its children every 2 ms; the peak of the
+    sum in MiB."""
     process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                                env=env)
     peak = 0
     while process.poll() is None:
-        peak = max(peak, sum(resident_kib(pid) for pid in tree_pids(process.pid)))
+        peak = max(peak, sum(proportional_kib(pid) for pid in tree_pids(process.pid)))
         time.sleep(0.002)
     return peak / 1024.0
 
