@@ -2,9 +2,8 @@
 
 #include "document/FXFaxImageEncoder.h"
 #include "document/FXPageImagePDFWriter.h"
-#include "document/GraphicsAdditions.h"
-
 #include "document/FXPageWorker.h"
+#include "document/GraphicsAdditions.h"
 #include "service/FXLogging.h"
 
 #include <QBuffer>
