@@ -63,6 +63,18 @@ bool writeAll(int fd, const char *data, size_t size)
     return true;
 }
 
+// A descriptor moved above the standard streams, so that handing the helper its descriptors
+// as 0, 1 and 3 cannot overwrite one of them with another (a program started with its
+// standard streams closed gets 0, 1 and 2 for the first files it opens).
+int aboveStandardStreams(int fd)
+{
+    if (fd < 0 || fd > STDERR_FILENO)
+        return fd;
+    const int moved = ::fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    ::close(fd);
+    return moved;
+}
+
 bool parseInt(const char *text, int &value)
 {
     const char *end = text + std::strlen(text);
@@ -83,11 +95,11 @@ int documentDescriptor(QIODevice *input)
 {
     if (auto *file = qobject_cast<QFile *>(input); file && file->handle() >= 0) {
         const QByteArray path = "/proc/self/fd/" + QByteArray::number(file->handle());
-        const int fd = ::open(path.constData(), O_RDONLY | O_CLOEXEC);
+        const int fd = aboveStandardStreams(::open(path.constData(), O_RDONLY | O_CLOEXEC));
         if (fd >= 0)
             return fd;
     }
-    const int fd = ::memfd_create("faxolino-document", MFD_CLOEXEC);
+    const int fd = aboveStandardStreams(::memfd_create("faxolino-document", MFD_CLOEXEC));
     if (fd < 0)
         return -1;
     const qint64 position = input->pos();
@@ -159,7 +171,7 @@ bool FXPageWorker::start(QIODevice *input, int useType, int threshold)
 {
     if (m_pid > 0 || m_shared || m_pageCount < 1 || !input)
         return false;
-    m_sharedFd = ::memfd_create("faxolino-pages", MFD_CLOEXEC);
+    m_sharedFd = aboveStandardStreams(::memfd_create("faxolino-pages", MFD_CLOEXEC));
     if (m_sharedFd < 0 || ::ftruncate(m_sharedFd, sizeof(Shared)) != 0) {
         qCWarning(lcDocument, "No shared page counter for the render helper: %s",
                   std::strerror(errno));
@@ -181,6 +193,16 @@ bool FXPageWorker::start(QIODevice *input, int useType, int threshold)
                   std::strerror(errno));
         if (document >= 0)
             ::close(document);
+        return false;
+    }
+    pipe[0] = aboveStandardStreams(pipe[0]);
+    pipe[1] = aboveStandardStreams(pipe[1]);
+    if (pipe[0] < 0 || pipe[1] < 0) {
+        qCWarning(lcDocument, "Cannot open a pipe to the render helper: %s", std::strerror(errno));
+        for (const int fd : {document, pipe[0], pipe[1]}) {
+            if (fd >= 0)
+                ::close(fd);
+        }
         return false;
     }
     // Room for a few coded pages, so that the helper seldom waits for this process to read.
