@@ -422,7 +422,7 @@ FXFaxPageGenerator::Result FXFaxPageGenerator::preparePages(QIODevice *input, in
     // Both processes take pages from the same counter; finished pages wait here until the
     // ones before them are written, so the document comes out as it would from one process.
     FXPageWorker worker(pageCount);
-    if (pageCount >= 2 && FXPageWorker::isAvailable())
+    if (pageCount >= 2)
         worker.start(input, useType, threshold);
     std::map<int, PreparedPage> finished;
     int nextToWrite = 1;

@@ -121,6 +121,24 @@ int documentDescriptor(QIODevice *input)
     return fd;
 }
 
+// The helper program: as FAXOLINO_RENDER_HELPER names it, else beside the running program
+// (a build tree), else where the package puts it.
+QByteArray helperPath()
+{
+    if (qEnvironmentVariableIsSet("FAXOLINO_RENDER_HELPER"))
+        return QFile::encodeName(qEnvironmentVariable("FAXOLINO_RENDER_HELPER"));
+    char self[PATH_MAX];
+    const ssize_t length = ::readlink("/proc/self/exe", self, sizeof self - 1);
+    if (length > 0) {
+        QByteArray path(self, length);
+        path.truncate(path.lastIndexOf('/') + 1);
+        path += helperName;
+        if (isExecutable(path))
+            return path;
+    }
+    return QByteArray(FAXOLINO_LIBEXEC_DIR "/") + helperName;
+}
+
 } // namespace
 
 struct FXPageWorker::Shared
@@ -143,33 +161,12 @@ FXPageWorker::~FXPageWorker()
         ::close(m_sharedFd);
 }
 
-QString FXPageWorker::helperPath()
-{
-    if (qEnvironmentVariableIsSet("FAXOLINO_RENDER_HELPER"))
-        return qEnvironmentVariable("FAXOLINO_RENDER_HELPER");
-    // Beside the running program (a build tree), else where the package puts it.
-    char self[PATH_MAX];
-    const ssize_t length = ::readlink("/proc/self/exe", self, sizeof self - 1);
-    if (length > 0) {
-        QByteArray path(self, length);
-        path.truncate(path.lastIndexOf('/') + 1);
-        path += helperName;
-        if (isExecutable(path))
-            return QString::fromLocal8Bit(path);
-    }
-    return QStringLiteral(FAXOLINO_LIBEXEC_DIR "/") + QLatin1String(helperName);
-}
-
-bool FXPageWorker::isAvailable()
-{
-    const QString path = helperPath();
-    return QThread::idealThreadCount() >= 2 && !path.isEmpty()
-           && isExecutable(QFile::encodeName(path));
-}
-
 bool FXPageWorker::start(QIODevice *input, int useType, int threshold)
 {
-    if (m_pid > 0 || m_shared || m_pageCount < 1 || !input)
+    if (m_pid > 0 || m_shared || m_pageCount < 1 || !input || QThread::idealThreadCount() < 2)
+        return false;
+    const QByteArray program = helperPath();
+    if (program.isEmpty() || !isExecutable(program))
         return false;
     m_sharedFd = aboveStandardStreams(::memfd_create("faxolino-pages", MFD_CLOEXEC));
     if (m_sharedFd < 0 || ::ftruncate(m_sharedFd, sizeof(Shared)) != 0) {
@@ -209,7 +206,6 @@ bool FXPageWorker::start(QIODevice *input, int useType, int threshold)
     ::fcntl(pipe[0], F_SETPIPE_SZ, pipeSize);
     ::fcntl(pipe[0], F_SETFL, ::fcntl(pipe[0], F_GETFL) | O_NONBLOCK);
 
-    const QByteArray program = QFile::encodeName(helperPath());
     const QByteArray pages = QByteArray::number(m_pageCount);
     const QByteArray type = QByteArray::number(useType);
     const QByteArray level = QByteArray::number(threshold);

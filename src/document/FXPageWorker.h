@@ -25,13 +25,10 @@ public:
     // Stops a helper that is still running.
     ~FXPageWorker();
 
-    // Whether a helper can be used here: a second processor and the helper program.
-    // FAXOLINO_RENDER_HELPER names the program; set to an empty value it turns the helper off.
-    static bool isAvailable();
-    static QString helperPath();
-
     // Starts the helper on the document in input (a file is reopened, anything else copied to
-    // memory). False when it could not be started; the pages then all stay here.
+    // memory). False when there is no second processor or no helper program, or it could not
+    // be started; the pages then all stay here. FAXOLINO_RENDER_HELPER names the program; set
+    // to an empty value it turns the helper off.
     bool start(QIODevice *input, int useType, int threshold);
     bool isRunning() const { return m_pid > 0; }
 

@@ -18,12 +18,6 @@ QString fixture(const QString &name)
     return TestEnvironment::dataDir() + QStringLiteral("/document/") + name;
 }
 
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 // Runs one of the independent readers (poppler-utils, qpdf); its output, or a null string when
 // it failed.
 QString runTool(const QString &program, const QStringList &arguments)
@@ -227,8 +221,8 @@ private Q_SLOTS:
         // Off the main thread, as the application runs it.
         const FXFaxPageGenerator::Result result =
             QtConcurrent::run([&] {
-                return FXFaxPageGenerator::generatePDFWithData(readFile(fixture(name)), QString(),
-                                                               type, level, out);
+                return FXFaxPageGenerator::generatePDFWithData(
+                    TestEnvironment::readFile(fixture(name)), QString(), type, level, out);
             }).result();
         QVERIFY(result.written);
         QCOMPARE(result.pageCount, pages);
@@ -279,11 +273,11 @@ private Q_SLOTS:
         QFETCH(int, type);
         QFETCH(int, level);
         QFETCH(int, sameAsLevel);
-        const QByteArray input = readFile(fixture(QStringLiteral("photo.pdf")));
+        const QByteArray input = TestEnvironment::readFile(fixture(QStringLiteral("photo.pdf")));
         const auto written = [&](int withLevel) {
             const QString out = m_dir.filePath(QStringLiteral("level.pdf"));
             FXFaxPageGenerator::generatePDFWithData(input, QString(), type, withLevel, out);
-            return readFile(out);
+            return TestEnvironment::readFile(out);
         };
         QCOMPARE(written(level), written(sameAsLevel));
         if (type == 0) // ... while the levels themselves matter.
@@ -321,7 +315,7 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, helper);
         QFETCH(QString, warning);
-        const QByteArray input = readFile(fixture(QStringLiteral("five.pdf")));
+        const QByteArray input = TestEnvironment::readFile(fixture(QStringLiteral("five.pdf")));
         const QString alone = m_dir.filePath(QStringLiteral("alone.pdf"));
         {
             const HelperOverride off{QString()};
@@ -343,7 +337,7 @@ private Q_SLOTS:
             FXFaxPageGenerator::generatePDFWithData(input, QString(), 0, 2, shared);
         QVERIFY(result.written);
         QCOMPARE(result.pageCount, 5);
-        QCOMPARE(readFile(shared), readFile(alone));
+        QCOMPARE(TestEnvironment::readFile(shared), TestEnvironment::readFile(alone));
         if (!warning.isEmpty())
             QVERIFY2(log.contains(warning), qPrintable(log.messages().join(QLatin1Char('\n'))));
         if (helper.isEmpty())
@@ -374,8 +368,8 @@ private Q_SLOTS:
         QFETCH(bool, readable);
         QFETCH(int, pages);
         const QString out = m_dir.filePath(QStringLiteral("damaged.pdf"));
-        const FXFaxPageGenerator::Result result =
-            FXFaxPageGenerator::generatePDFWithData(readFile(fixture(name)), QString(), 0, 2, out);
+        const FXFaxPageGenerator::Result result = FXFaxPageGenerator::generatePDFWithData(
+            TestEnvironment::readFile(fixture(name)), QString(), 0, 2, out);
         QCOMPARE(result.readable, readable);
         QVERIFY(result.written);
         QCOMPARE(result.pageCount, pages);

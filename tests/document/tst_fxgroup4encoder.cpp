@@ -6,11 +6,11 @@
 
 #include <QPdfDocument>
 #include <QRandomGenerator>
+#include <QTemporaryFile>
 #include <QTest>
 
 #include <tiffio.h>
 
-#include <cstring>
 #include <functional>
 #include <vector>
 
@@ -18,55 +18,14 @@ Q_DECLARE_METATYPE(FXRaster)
 
 namespace {
 
-// libtiff's Group 4 encoder as the reference: a TIFF in memory, one strip written row by row,
-// the strip's bytes taken out of it.
-struct MemoryFile
-{
-    QByteArray data;
-    qint64 position = 0;
-};
-
-tsize_t readProc(thandle_t, tdata_t, tsize_t)
-{
-    return 0;
-}
-
-tsize_t writeProc(thandle_t handle, tdata_t buffer, tsize_t size)
-{
-    auto *file = static_cast<MemoryFile *>(handle);
-    const qint64 end = file->position + size;
-    if (end > file->data.size())
-        file->data.resize(end);
-    std::memcpy(file->data.data() + file->position, buffer, size_t(size));
-    file->position = end;
-    return size;
-}
-
-toff_t seekProc(thandle_t handle, toff_t offset, int whence)
-{
-    auto *file = static_cast<MemoryFile *>(handle);
-    const qint64 base = whence == SEEK_CUR   ? file->position
-                        : whence == SEEK_END ? file->data.size()
-                                             : 0;
-    file->position = base + qint64(offset);
-    return toff_t(file->position);
-}
-
-int closeProc(thandle_t)
-{
-    return 0;
-}
-
-toff_t sizeProc(thandle_t handle)
-{
-    return toff_t(static_cast<MemoryFile *>(handle)->data.size());
-}
-
+// libtiff's Group 4 encoder as the reference: a TIFF file of one strip written row by row,
+// the strip's bytes read back out of it.
 QByteArray libtiffGroup4(const FXRaster &bilevel)
 {
-    MemoryFile file;
-    TIFF *t = TIFFClientOpen("page", "w", &file, readProc, writeProc, seekProc, closeProc, sizeProc,
-                             nullptr, nullptr);
+    QTemporaryFile file;
+    if (!file.open())
+        return QByteArray();
+    TIFF *t = TIFFOpen(QFile::encodeName(file.fileName()).constData(), "w");
     if (!t)
         return QByteArray();
     TIFFSetField(t, TIFFTAG_IMAGEWIDTH, uint32_t(bilevel.width()));
@@ -78,9 +37,9 @@ QByteArray libtiffGroup4(const FXRaster &bilevel)
     TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, uint32_t(bilevel.height()));
     TIFFSetField(t, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
     TIFFSetField(t, TIFFTAG_GROUP4OPTIONS, uint32_t(0));
-    bool written = TIFFWriteBufferSetup(t, nullptr, 1 << 20);
     // The coder counts runs of 0 bits as white, so black goes in as 1.
     std::vector<uchar> row(size_t(TIFFScanlineSize(t)));
+    bool written = true;
     for (int y = 0; written && y < bilevel.height(); ++y) {
         for (size_t i = 0; i < row.size(); ++i)
             row[i] = uchar(~bilevel.row(y)[i]);
@@ -90,9 +49,9 @@ QByteArray libtiffGroup4(const FXRaster &bilevel)
     const uint64_t offset = TIFFGetStrileOffset(t, 0);
     const uint64_t count = TIFFGetStrileByteCount(t, 0);
     TIFFClose(t);
-    if (!written || offset + count > uint64_t(file.data.size()))
+    if (!written || !file.seek(qint64(offset)))
         return QByteArray();
-    return file.data.mid(qsizetype(offset), qsizetype(count));
+    return file.read(qint64(count));
 }
 
 FXRaster pattern(int width, int height, const std::function<bool(int, int)> &black)

@@ -74,12 +74,6 @@ QList<double> wordBox(const QString &path, int page, const QString &word)
     return {left, m.captured(3).toDouble(), m.captured(2).toDouble() - left};
 }
 
-QByteArray readAll(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 } // namespace
 
 class TestFXPDFGeneratorAssembly : public QObject
@@ -289,7 +283,8 @@ private Q_SLOTS:
         QCOMPARE(inspect(joined).markers, QStringList({"A1", "A2"}));
         QCOMPARE(QFile::exists(mergeFile()), !replaced);
         if (!replaced)
-            QCOMPARE(readAll(out.toLocalFile()), readAll(fixture("one")));
+            QCOMPARE(TestEnvironment::readFile(out.toLocalFile()),
+                     TestEnvironment::readFile(fixture("one")));
         QVERIFY2(!log.contains("Error"), qPrintable(log.messages().join('\n')));
     }
 
@@ -353,7 +348,8 @@ private Q_SLOTS:
         // An unreadable file is no reason to give up the destination.
         const QUrl kept = input("b");
         FXPDFGenerator::removePage(1, input("garbage"), kept);
-        QCOMPARE(readAll(kept.toLocalFile()), readAll(fixture("b")));
+        QCOMPARE(TestEnvironment::readFile(kept.toLocalFile()),
+                 TestEnvironment::readFile(fixture("b")));
     }
 
     // Reordered in memory; the same pages give the same bytes however they are written.
@@ -361,9 +357,9 @@ private Q_SLOTS:
     {
         const QUrl out = QUrl::fromLocalFile(work("out.pdf"));
         FXPDFGenerator::combinePDFURLs({input("five")}, out, false);
-        QVERIFY(readAll(out.toLocalFile()).contains("/ID ["));
+        QVERIFY(TestEnvironment::readFile(out.toLocalFile()).contains("/ID ["));
         QCOMPARE(FXPDFGenerator::movePagesAtIndexes({}, 0, input("five")),
-                 readAll(out.toLocalFile()));
+                 TestEnvironment::readFile(out.toLocalFile()));
 
         QFile moved(work("moved.pdf"));
         QVERIFY(moved.open(QIODevice::WriteOnly));

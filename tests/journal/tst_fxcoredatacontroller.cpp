@@ -61,12 +61,6 @@ QVariant storeValue(const QString &sql)
     return value;
 }
 
-QByteArray fileBytes(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 // A fax with one connection per reason; "-" stands for an open connection.
 Fax faxWithReasons(const QStringList &reasons)
 {
@@ -196,13 +190,13 @@ private Q_SLOTS:
             for (const QString &statement : FXManagedObjectModel::splitStatements(script))
                 storeValue(statement);
         }
-        const QByteArray before = fileBytes(obstacle);
+        const QByteArray before = TestEnvironment::readFile(obstacle);
 
         LogCapture log;
         QCOMPARE(controller()->managedObjectContext(), nullptr);
         QCOMPARE(controller()->managedObjectContext(), nullptr); // tried again, said once
         QCOMPARE(log.count(logged.contains("%1") ? logged.arg(supportFolder) : logged), 1);
-        QCOMPARE(fileBytes(obstacle), before);
+        QCOMPARE(TestEnvironment::readFile(obstacle), before);
 
         QVERIFY(QFile::remove(obstacle));
         QVERIFY(controller()->managedObjectContext());
@@ -506,7 +500,7 @@ private Q_SLOTS:
         QVERIFY(QFile::copy(bundleModel + "Model.sql", modelFolder + "/Model.sql"));
         QFile migration(modelFolder + "/Migration-1.sql");
         QVERIFY(migration.open(QIODevice::WriteOnly));
-        migration.write(fileBytes(bundleModel + "Migration-1.sql")
+        migration.write(TestEnvironment::readFile(bundleModel + "Migration-1.sql")
                         + "\nINSERT INTO Fax (id) "
                           "VALUES (1);\n");
         migration.close();

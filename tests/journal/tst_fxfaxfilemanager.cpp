@@ -51,12 +51,6 @@ QStringList supportFolderEntries()
         .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
 }
 
-QByteArray fileBytes(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 } // namespace
 
 class TestFXFaxFileManager : public QObject
@@ -91,9 +85,9 @@ private Q_SLOTS:
         // The first write also creates the folder; a second one replaces the file whole and
         // leaves no temporary file behind.
         QCOMPARE(file.write(QByteArray("%PDF-1.4 first")), expected);
-        QCOMPARE(fileBytes(expected), QByteArray("%PDF-1.4 first"));
+        QCOMPARE(TestEnvironment::readFile(expected), QByteArray("%PDF-1.4 first"));
         QCOMPARE(file.write(QByteArray("%PDF second")), expected);
-        QCOMPARE(fileBytes(expected), QByteArray("%PDF second"));
+        QCOMPARE(TestEnvironment::readFile(expected), QByteArray("%PDF second"));
         QCOMPARE(supportFolderEntries(), QStringList(QLatin1String(file.name)));
     }
 

@@ -47,15 +47,10 @@ public:
     std::function<void(const Progress &)> onProgress;
 };
 
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 QByteArray letter()
 {
-    return readFile(TestEnvironment::sourceDir() + QStringLiteral("/resources/demo/letter.pdf"));
+    return TestEnvironment::readFile(TestEnvironment::sourceDir()
+                                     + QStringLiteral("/resources/demo/letter.pdf"));
 }
 
 constexpr int kJobTimeoutMs = 180000;
@@ -208,9 +203,10 @@ private Q_SLOTS:
         job.setCoverSubject(QStringLiteral("Invoice"));
         job.setUseCoverSheet(true);
         job.setDocumentType(1);
-        job.startSendingFaxForPDFData(
-            readFile(TestEnvironment::dataDir() + QStringLiteral("/document/") + document),
-            {receiver});
+        job.startSendingFaxForPDFData(TestEnvironment::readFile(TestEnvironment::dataDir()
+                                                                + QStringLiteral("/document/")
+                                                                + document),
+                                      {receiver});
         QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
         QCOMPARE(recorder.events.last().state, 2);
 
@@ -235,8 +231,9 @@ private Q_SLOTS:
             requestsOf(m_simulator, QStringLiteral("zentari.SessionInitiate"));
         QCOMPARE(initiated.size(), 1);
         QCOMPARE(initiated.first()[QLatin1String("pdf_sha256")].toString(),
-                 QString::fromLatin1(
-                     QCryptographicHash::hash(readFile(copy), QCryptographicHash::Sha256).toHex()));
+                 QString::fromLatin1(QCryptographicHash::hash(TestEnvironment::readFile(copy),
+                                                              QCryptographicHash::Sha256)
+                                         .toHex()));
     }
 
     // Answers that come after a receiver's outcome was handled belong to nobody.
@@ -255,7 +252,8 @@ private Q_SLOTS:
         Recorder recorder;
         job.setDelegate(&recorder);
         job.startSendingFaxForPDFData(
-            readFile(TestEnvironment::dataDir() + QStringLiteral("/document/one.pdf")),
+            TestEnvironment::readFile(TestEnvironment::dataDir()
+                                      + QStringLiteral("/document/one.pdf")),
             {QStringLiteral("+4930555000125")});
         QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
         const Fax fax = recorder.events.last().fax;
@@ -278,7 +276,8 @@ private Q_SLOTS:
         }
         // Whatever the answer set off would show while the job serves its next receiver.
         job.startSendingFaxForPDFData(
-            readFile(TestEnvironment::dataDir() + QStringLiteral("/document/one.pdf")),
+            TestEnvironment::readFile(TestEnvironment::dataDir()
+                                      + QStringLiteral("/document/one.pdf")),
             {QStringLiteral("+4930555000128")});
         QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 2, kJobTimeoutMs);
 
@@ -310,7 +309,8 @@ private Q_SLOTS:
         Recorder recorder;
         job.setDelegate(&recorder);
         job.startSendingFaxForPDFData(
-            readFile(TestEnvironment::dataDir() + QStringLiteral("/document/one.pdf")),
+            TestEnvironment::readFile(TestEnvironment::dataDir()
+                                      + QStringLiteral("/document/one.pdf")),
             {QStringLiteral("+4930555000126"), QStringLiteral("+4930555000127")});
         QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
         FXFaxConnection::setTrafficIntervalMs(500);

@@ -1,6 +1,7 @@
 #include "TestEnvironment.h"
 
 #include <QDir>
+#include <QFile>
 #include <QStandardPaths>
 
 namespace TestEnvironment {
@@ -30,6 +31,12 @@ bool isIsolated()
     const QString r = root();
     return !r.isEmpty() && QDir::homePath().startsWith(r)
            && QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation).startsWith(r);
+}
+
+QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 } // namespace TestEnvironment

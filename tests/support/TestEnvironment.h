@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 // Paths of the source tree and build, and the isolation the test runner provides.
@@ -13,5 +14,7 @@ QString root();
 // Fails (QFAIL-style, returns false) when the test is not running inside isolated-run, so
 // that no test ever writes into a real user's folders.
 bool isIsolated();
+// A file's bytes, or none when it cannot be read.
+QByteArray readFile(const QString &path);
 
 } // namespace TestEnvironment
