@@ -1,12 +1,12 @@
 // Builds the phone book from 10,000 persons with three numbers each, kept as one vCard file
 // per person the way CardDAV synchronisers store them, then runs the recipient field's search
 // for every prefix of ten typed texts, names and numbers.
+#include "foundation/FBLocalization.h"
+#include "foundation/FBUserDefaults.h"
 #include "recipients/FXAddressBook.h"
 #include "recipients/FXPhoneNumber.h"
 #include "recipients/FXRecipientSearch.h"
 #include "recipients/PhoneBook.h"
-#include "service/FBLocalization.h"
-#include "service/FBUserDefaults.h"
 
 #include <QCoreApplication>
 #include <QDir>

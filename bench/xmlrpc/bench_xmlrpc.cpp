@@ -4,9 +4,9 @@
 //   bench_xmlrpc PDF [ROUNDS]
 // prints "seconds=<best round> peak_mb=<peak growth> payload_mb=<PDF size>".
 
-#include "service/xmlrpc/WPBase64Utils.h"
-#include "service/xmlrpc/WPXMLRPCDecoder.h"
-#include "service/xmlrpc/WPXMLRPCEncoder.h"
+#include "provider/xmlrpc/WPBase64Utils.h"
+#include "provider/xmlrpc/WPXMLRPCDecoder.h"
+#include "provider/xmlrpc/WPXMLRPCEncoder.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

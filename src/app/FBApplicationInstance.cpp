@@ -1,9 +1,9 @@
-#include "FBApplicationInstance.h"
+#include "app/FBApplicationInstance.h"
 
-#include "FBFaxService.h"
-#include "FBHeadlessDocumentTarget.h"
-#include "FBSpoolWatcher.h"
-#include "service/FXLogging.h"
+#include "app/FBFaxService.h"
+#include "app/FBHeadlessDocumentTarget.h"
+#include "app/FBSpoolWatcher.h"
+#include "foundation/FXLogging.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>

@@ -1,7 +1,7 @@
-#include "FBFaxCommand.h"
+#include "app/FBFaxCommand.h"
 
-#include "FBFaxDocumentTarget.h"
-#include "service/FXLogging.h"
+#include "app/FBFaxDocumentTarget.h"
+#include "foundation/FXLogging.h"
 
 FBFaxCommand::FBFaxCommand(const QString &commandCode, const QString &commandName,
                            const QString &directParameter, const QVariantMap &arguments)

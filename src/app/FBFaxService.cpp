@@ -1,8 +1,8 @@
-#include "FBFaxService.h"
+#include "app/FBFaxService.h"
 
-#include "FBFaxCommand.h"
-#include "FBFaxDocumentTarget.h"
-#include "service/FXLogging.h"
+#include "app/FBFaxCommand.h"
+#include "app/FBFaxDocumentTarget.h"
+#include "foundation/FXLogging.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>

@@ -1,7 +1,7 @@
-#include "FBHeadlessDocumentTarget.h"
+#include "app/FBHeadlessDocumentTarget.h"
 
-#include "service/FBApplicationHelper.h"
-#include "service/FXLogging.h"
+#include "foundation/FBApplicationHelper.h"
+#include "foundation/FXLogging.h"
 
 #include <QDateTime>
 #include <QDir>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FBFaxDocumentTarget.h"
+#include "app/FBFaxDocumentTarget.h"
 
 #include <QString>
 

@@ -1,7 +1,7 @@
-#include "FBSpoolWatcher.h"
+#include "app/FBSpoolWatcher.h"
 
-#include "FBFaxDocumentTarget.h"
-#include "service/FXLogging.h"
+#include "app/FBFaxDocumentTarget.h"
+#include "foundation/FXLogging.h"
 
 #include <QDir>
 #include <QFile>

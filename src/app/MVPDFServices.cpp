@@ -1,7 +1,7 @@
-#include "MVPDFServices.h"
+#include "app/MVPDFServices.h"
 
-#include "service/FBLocalization.h"
-#include "service/FXLogging.h"
+#include "foundation/FBLocalization.h"
+#include "foundation/FXLogging.h"
 
 #include <QDesktopServices>
 #include <QDir>

@@ -1,11 +1,11 @@
-#include "app/AccountCommand.h"
 #include "app/FBApplicationInstance.h"
-#include "app/JournalCommand.h"
-#include "app/PollCommand.h"
-#include "app/PrepareCommand.h"
-#include "app/SendCommand.h"
-#include "service/FBLocalization.h"
-#include "service/FXLogging.h"
+#include "cli/AccountCommand.h"
+#include "cli/JournalCommand.h"
+#include "cli/PollCommand.h"
+#include "cli/PrepareCommand.h"
+#include "cli/SendCommand.h"
+#include "foundation/FBLocalization.h"
+#include "foundation/FXLogging.h"
 
 #include <QCoreApplication>
 #include <QTextStream>

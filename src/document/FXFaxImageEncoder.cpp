@@ -2,7 +2,7 @@
 
 #include "document/FXGroup4Encoder.h"
 #include "document/GraphicsAdditions.h"
-#include "service/FXLogging.h"
+#include "foundation/FXLogging.h"
 
 #include <tiffio.h>
 

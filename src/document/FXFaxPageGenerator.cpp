@@ -4,7 +4,7 @@
 #include "document/FXPageImagePDFWriter.h"
 #include "document/FXPageWorker.h"
 #include "document/GraphicsAdditions.h"
-#include "service/FXLogging.h"
+#include "foundation/FXLogging.h"
 
 #include <QBuffer>
 #include <QPdfDocument>

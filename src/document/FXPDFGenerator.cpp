@@ -1,9 +1,9 @@
-#include "FXPDFGenerator.h"
+#include "document/FXPDFGenerator.h"
 
-#include "FXPageMove.h"
-#include "journal/FXFaxFileManager.h"
-#include "service/FBUserDefaults.h"
-#include "service/FXLogging.h"
+#include "document/FXPageMove.h"
+#include "foundation/FBUserDefaults.h"
+#include "foundation/FXFaxFileManager.h"
+#include "foundation/FXLogging.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FXFaxPageGenerator.h"
+#include "document/FXFaxPageGenerator.h"
 
 #include <QByteArray>
 #include <QList>

@@ -1,4 +1,4 @@
-#include "FXPageMove.h"
+#include "document/FXPageMove.h"
 
 #include <algorithm>
 #include <numeric>

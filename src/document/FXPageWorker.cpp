@@ -1,6 +1,6 @@
 #include "document/FXPageWorker.h"
 
-#include "service/FXLogging.h"
+#include "foundation/FXLogging.h"
 
 #include <QFile>
 #include <QIODevice>

@@ -1,6 +1,6 @@
 #include "document/GraphicsAdditions.h"
 
-#include "service/FXLogging.h"
+#include "foundation/FXLogging.h"
 
 #include <QRgba64>
 

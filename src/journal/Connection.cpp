@@ -1,6 +1,6 @@
-#include "Connection.h"
+#include "journal/Connection.h"
 
-#include "FXManagedObjectContext.h"
+#include "journal/FXManagedObjectContext.h"
 
 namespace {
 

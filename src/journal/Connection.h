@@ -1,8 +1,8 @@
 #pragma once
 
-#include "FXEntityDescription.h"
-#include "FXManagedObject.h"
-#include "Fax.h"
+#include "journal/FXEntityDescription.h"
+#include "journal/FXManagedObject.h"
+#include "journal/Fax.h"
 
 #include <QDateTime>
 #include <QString>

@@ -1,8 +1,8 @@
-#include "FXCoreDataController.h"
+#include "journal/FXCoreDataController.h"
 
-#include "service/FBApplicationHelper.h"
-#include "service/FXError.h"
-#include "service/FXLogging.h"
+#include "foundation/FBApplicationHelper.h"
+#include "foundation/FXError.h"
+#include "foundation/FXLogging.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "FXManagedObjectContext.h"
-#include "FXManagedObjectModel.h"
+#include "journal/FXManagedObjectContext.h"
+#include "journal/FXManagedObjectModel.h"
 
 #include <QObject>
 #include <QSqlDatabase>

@@ -1,7 +1,7 @@
-#include "FXManagedObject.h"
+#include "journal/FXManagedObject.h"
 
-#include "FXEntityDescription.h"
-#include "FXManagedObjectContext.h"
+#include "journal/FXEntityDescription.h"
+#include "journal/FXManagedObjectContext.h"
 
 #include <QDateTime>
 

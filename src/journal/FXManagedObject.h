@@ -1,7 +1,7 @@
 #pragma once
 
-#include "FXEntityDescription.h"
-#include "FXManagedObjectData.h"
+#include "journal/FXEntityDescription.h"
+#include "journal/FXManagedObjectData.h"
 
 #include <QString>
 #include <QVariant>

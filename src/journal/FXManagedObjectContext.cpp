@@ -1,6 +1,6 @@
-#include "FXManagedObjectContext.h"
+#include "journal/FXManagedObjectContext.h"
 
-#include "service/FXLogging.h"
+#include "foundation/FXLogging.h"
 
 #include <QDateTime>
 #include <QSqlError>

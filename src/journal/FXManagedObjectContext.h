@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Connection.h"
-#include "FXManagedObjectData.h"
-#include "Fax.h"
+#include "journal/Connection.h"
+#include "journal/FXManagedObjectData.h"
+#include "journal/Fax.h"
 
 #include <QHash>
 #include <QList>

@@ -1,7 +1,7 @@
-#include "FXManagedObjectData.h"
+#include "journal/FXManagedObjectData.h"
 
-#include "FXEntityDescription.h"
-#include "FXManagedObjectContext.h"
+#include "journal/FXEntityDescription.h"
+#include "journal/FXManagedObjectContext.h"
 
 FXManagedObjectData::FXManagedObjectData(const FXEntityDescription *entityDescription,
                                          FXManagedObjectContext *owningContext)

@@ -1,6 +1,6 @@
-#include "FXManagedObjectModel.h"
+#include "journal/FXManagedObjectModel.h"
 
-#include "service/FBBundle.h"
+#include "foundation/FBBundle.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,6 @@
-#include "Fax.h"
+#include "journal/Fax.h"
 
-#include "FXManagedObjectContext.h"
+#include "journal/FXManagedObjectContext.h"
 
 namespace {
 

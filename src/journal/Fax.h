@@ -1,7 +1,7 @@
 #pragma once
 
-#include "FXEntityDescription.h"
-#include "FXManagedObject.h"
+#include "journal/FXEntityDescription.h"
+#include "journal/FXManagedObject.h"
 
 #include <QByteArray>
 #include <QColor>
@@ -103,4 +103,4 @@ private:
 };
 
 // Fax and Connection refer to each other; one include serves both.
-#include "Connection.h"
+#include "journal/Connection.h"

@@ -1,8 +1,8 @@
-#include "FXAddressBook.h"
+#include "recipients/FXAddressBook.h"
 
-#include "FXEvolutionAddressBookSource.h"
-#include "FXVCardAddressBookSource.h"
-#include "service/FBUserDefaults.h"
+#include "foundation/FBUserDefaults.h"
+#include "recipients/FXEvolutionAddressBookSource.h"
+#include "recipients/FXVCardAddressBookSource.h"
 
 #include <atomic>
 

@@ -1,7 +1,7 @@
-#include "FXEvolutionAddressBookSource.h"
+#include "recipients/FXEvolutionAddressBookSource.h"
 
-#include "FXVCardReader.h"
-#include "service/FXLogging.h"
+#include "foundation/FXLogging.h"
+#include "recipients/FXVCardReader.h"
 
 #include <QAbstractEventDispatcher>
 #include <QPointer>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FXAddressBookSource.h"
+#include "recipients/FXAddressBookSource.h"
 
 #include <QHash>
 #include <QStringList>

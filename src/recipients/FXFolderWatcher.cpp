@@ -1,6 +1,6 @@
-#include "FXFolderWatcher.h"
+#include "recipients/FXFolderWatcher.h"
 
-#include "service/FXLogging.h"
+#include "foundation/FXLogging.h"
 
 #include <QFile>
 #include <QSet>

@@ -1,7 +1,7 @@
-#include "FXPersonImageCache.h"
+#include "recipients/FXPersonImageCache.h"
 
-#include "service/FBBundle.h"
-#include "service/FXLogging.h"
+#include "foundation/FBBundle.h"
+#include "foundation/FXLogging.h"
 
 #include <QBuffer>
 #include <QImageReader>

@@ -1,4 +1,4 @@
-#include "FXPhoneNumber.h"
+#include "recipients/FXPhoneNumber.h"
 
 #include <QLocale>
 #include <QMutex>

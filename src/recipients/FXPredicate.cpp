@@ -1,6 +1,6 @@
-#include "FXPredicate.h"
+#include "recipients/FXPredicate.h"
 
-#include "service/FXLogging.h"
+#include "foundation/FXLogging.h"
 
 #include <QRegularExpression>
 #include <QStringBuilder>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PhoneBookEntry.h"
+#include "recipients/PhoneBookEntry.h"
 
 #include <QFlags>
 #include <QList>

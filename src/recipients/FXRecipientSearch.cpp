@@ -1,6 +1,6 @@
-#include "FXRecipientSearch.h"
+#include "recipients/FXRecipientSearch.h"
 
-#include "FXPhoneNumber.h"
+#include "recipients/FXPhoneNumber.h"
 
 QStringList
 FXRecipientSearch::possibleUnifiedLocalizedVariantsOfPhoneString(const QString &phoneString)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FXPredicate.h"
+#include "recipients/FXPredicate.h"
 
 #include <QString>
 #include <QStringList>

@@ -1,6 +1,6 @@
-#include "FXVCardAddressBookSource.h"
+#include "recipients/FXVCardAddressBookSource.h"
 
-#include "service/FXLogging.h"
+#include "foundation/FXLogging.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "FXAddressBookSource.h"
-#include "FXFolderWatcher.h"
-#include "FXVCardReader.h"
+#include "recipients/FXAddressBookSource.h"
+#include "recipients/FXFolderWatcher.h"
+#include "recipients/FXVCardReader.h"
 
 #include <QDateTime>
 #include <QHash>

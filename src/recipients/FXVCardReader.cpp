@@ -1,7 +1,7 @@
-#include "FXVCardReader.h"
+#include "recipients/FXVCardReader.h"
 
-#include "FXPersonImageCache.h"
-#include "service/FXLogging.h"
+#include "foundation/FXLogging.h"
+#include "recipients/FXPersonImageCache.h"
 
 #include <QByteArrayMatcher>
 #include <QCryptographicHash>

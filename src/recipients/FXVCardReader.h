@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FXAddressBookPerson.h"
+#include "recipients/FXAddressBookPerson.h"
 
 #include <QByteArray>
 #include <QList>

@@ -1,9 +1,9 @@
-#include "PhoneBook.h"
+#include "recipients/PhoneBook.h"
 
-#include "FXAddressBook.h"
-#include "FXPersonImageCache.h"
-#include "FXPhoneNumber.h"
-#include "service/FXLogging.h"
+#include "foundation/FXLogging.h"
+#include "recipients/FXAddressBook.h"
+#include "recipients/FXPersonImageCache.h"
+#include "recipients/FXPhoneNumber.h"
 
 #include <QCoreApplication>
 #include <QSet>

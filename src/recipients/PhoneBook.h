@@ -1,7 +1,7 @@
 #pragma once
 
-#include "FXPredicate.h"
-#include "PhoneBookEntry.h"
+#include "recipients/FXPredicate.h"
+#include "recipients/PhoneBookEntry.h"
 
 #include <QHash>
 #include <QList>

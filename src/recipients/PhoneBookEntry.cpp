@@ -1,9 +1,9 @@
-#include "PhoneBookEntry.h"
+#include "recipients/PhoneBookEntry.h"
 
-#include "FXPersonImageCache.h"
-#include "FXPhoneNumber.h"
-#include "FXPredicate.h"
-#include "service/FBLocalization.h"
+#include "foundation/FBLocalization.h"
+#include "recipients/FXPersonImageCache.h"
+#include "recipients/FXPhoneNumber.h"
+#include "recipients/FXPredicate.h"
 
 #include <QUuid>
 

@@ -1,8 +1,8 @@
 # The string catalog checks once more with the application library linked, so that the
 # compiled application catalog is loaded and compared with its sources as well.
 faxolino_add_test(tst_stringcatalogs_app
-  SOURCES ${CMAKE_CURRENT_LIST_DIR}/../service/tst_stringcatalogs.cpp
-  LIBRARIES faxolino_gui)
+  SOURCES ${CMAKE_CURRENT_LIST_DIR}/../foundation/tst_stringcatalogs.cpp
+  LIBRARIES faxolino_app)
 
 # The printing tests run the built backend (directly, and through a private cupsd) and the
 # faxolino program itself.
@@ -17,12 +17,3 @@ target_compile_definitions(tst_faxolinobackend PRIVATE
   FAXOLINO_INSTALL_PREFIX="${CMAKE_INSTALL_PREFIX}"
   FAXOLINO_INSTALLED_BACKEND="${FAXOLINO_CUPS_BACKEND_DIR}/faxolino")
 add_dependencies(tst_fbapplicationinstance faxolino)
-
-# The command tests run the faxolino binary itself.
-add_dependencies(tst_preparecommand faxolino)
-
-# The sending commands run the faxolino binary against the provider simulator.
-foreach(test tst_sendcommand tst_accountcommand)
-  add_dependencies(${test} faxolino)
-endforeach()
-set_tests_properties(tst_sendcommand PROPERTIES TIMEOUT 900)

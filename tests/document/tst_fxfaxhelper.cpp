@@ -1,6 +1,6 @@
 #include "TestEnvironment.h"
 #include "document/FXFaxHelper.h"
-#include "service/FBUserDefaults.h"
+#include "foundation/FBUserDefaults.h"
 
 #include <QTest>
 

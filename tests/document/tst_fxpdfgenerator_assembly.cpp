@@ -2,8 +2,8 @@
 
 #include "LogCapture.h"
 #include "TestEnvironment.h"
-#include "service/FBApplicationHelper.h"
-#include "service/FBUserDefaults.h"
+#include "foundation/FBApplicationHelper.h"
+#include "foundation/FBUserDefaults.h"
 
 #include <QDir>
 #include <QJsonArray>

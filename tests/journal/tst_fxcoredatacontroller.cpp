@@ -1,7 +1,7 @@
 #include "LogCapture.h"
 #include "TestEnvironment.h"
+#include "foundation/FBApplicationHelper.h"
 #include "journal/FXCoreDataController.h"
-#include "service/FBApplicationHelper.h"
 
 #include <QDir>
 #include <QFile>

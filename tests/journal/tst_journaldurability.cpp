@@ -1,6 +1,6 @@
 #include "JournalDurability.h"
 #include "TestEnvironment.h"
-#include "service/FBApplicationHelper.h"
+#include "foundation/FBApplicationHelper.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -3,12 +3,12 @@
 // comes from the files this test writes.
 #include "LogCapture.h"
 #include "TestEnvironment.h"
+#include "foundation/FBUserDefaults.h"
 #include "recipients/FXAddressBook.h"
 #include "recipients/FXPhoneNumber.h"
 #include "recipients/FXRecipientSearch.h"
 #include "recipients/FXVCardAddressBookSource.h"
 #include "recipients/PhoneBook.h"
-#include "service/FBUserDefaults.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,8 +1,8 @@
 #include "LogCapture.h"
+#include "foundation/FBLocalization.h"
 #include "recipients/FXPersonImageCache.h"
 #include "recipients/FXPhoneNumber.h"
 #include "recipients/PhoneBookEntry.h"
-#include "service/FBLocalization.h"
 
 #include <QBuffer>
 #include <QTest>

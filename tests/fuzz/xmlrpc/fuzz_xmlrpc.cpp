@@ -3,9 +3,9 @@
 // value, up to what XML itself normalises (line ends) and what the encoder leaves out (null
 // values in lists).
 
-#include "service/xmlrpc/WPXMLRPCDataCleaner.h"
-#include "service/xmlrpc/WPXMLRPCDecoder.h"
-#include "service/xmlrpc/WPXMLRPCEncoder.h"
+#include "provider/xmlrpc/WPXMLRPCDataCleaner.h"
+#include "provider/xmlrpc/WPXMLRPCDecoder.h"
+#include "provider/xmlrpc/WPXMLRPCEncoder.h"
 
 #include <QBuffer>
 #include <QLoggingCategory>

@@ -1,0 +1,270 @@
+#include "cli/AccountCommand.h"
+
+#include "cli/CommandSupport.h"
+#include "foundation/FBLocalization.h"
+#include "foundation/FBUserDefaults.h"
+#include "foundation/KeychainUtils.h"
+#include "provider/VXRestConnection.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QTextStream>
+#include <QTimer>
+
+#include <algorithm>
+
+namespace {
+
+const char usage[] =
+    "Usage: faxolino account [--user NAME] [--line E164] [--report-folder DIR]\n"
+    "\n"
+    "With --user, reads the account's password from standard input and stores it in\n"
+    "the credential store. Then checks the account with the provider and shows its\n"
+    "balance and fax lines.\n"
+    "\n"
+    "Options:\n"
+    "  --user NAME          the voxaria user name\n"
+    "  --line E164          send from this fax line (for example +4921155500199)\n"
+    "  --report-folder DIR  store the transmission reports in this folder\n"
+    "\n"
+    "Exit codes: 0 the account works, 1 the provider refused the credentials or did\n"
+    "not answer, 2 a usage or setup error, or an account without a fax line.\n";
+
+int setupError(QTextStream &err, const QString &message, bool showUsage = false)
+{
+    err << "faxolino account: " << message << '\n';
+    if (showUsage)
+        err << '\n' << usage;
+    err.flush();
+    return 2;
+}
+
+QString digitsOf(const QString &text)
+{
+    QString digits;
+    for (const QChar c : text) {
+        if (c.isDigit())
+            digits += c;
+    }
+    return digits;
+}
+
+// Asks the provider for the balance and then for the own numbers, and keeps both answers.
+class AccountCheck : public QObject, public VXRestConnectionDelegate
+{
+public:
+    void start()
+    {
+        // Owned here: leaving early aborts whatever is still in flight.
+        auto *client = new VXRestConnection(this);
+        client->setDelegate(this);
+        client->balance();
+        client->ownUriList();
+    }
+
+    void didReceiveBalance(const XmlRpcValue &value) override
+    {
+        balance = value;
+        hasBalance = true;
+        finishWhenComplete();
+    }
+    void didReceiveOwnUriList(const XmlRpcValue &value) override
+    {
+        ownUriList = value;
+        hasOwnUriList = true;
+        finishWhenComplete();
+    }
+    void didFailWithErrorCode(qint64 code) override
+    {
+        if (errorCode == 0)
+            errorCode = code;
+        QCoreApplication::exit(0);
+    }
+
+    XmlRpcValue balance;
+    XmlRpcValue ownUriList;
+    bool hasBalance = false;
+    bool hasOwnUriList = false;
+    qint64 errorCode = 0;
+
+private:
+    void finishWhenComplete()
+    {
+        if (hasBalance && hasOwnUriList)
+            QCoreApplication::exit(0);
+    }
+};
+
+} // namespace
+
+int AccountCommand::run(int argc, char *argv[])
+{
+    const std::unique_ptr<QCoreApplication> app =
+        CommandSupport::makeApplication(argc, argv, false);
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+
+    QCommandLineParser parser;
+    const QCommandLineOption userOption(QStringLiteral("user"), QString(), QStringLiteral("name"));
+    const QCommandLineOption lineOption(QStringLiteral("line"), QString(), QStringLiteral("e164"));
+    const QCommandLineOption folderOption(QStringLiteral("report-folder"), QString(),
+                                          QStringLiteral("dir"));
+    parser.addOptions({userOption, lineOption, folderOption});
+    if (const std::optional<int> exitCode = CommandSupport::parseArguments(
+            parser, argc, argv, usage,
+            [&](const QString &message) { return setupError(err, message, true); }, false))
+        return *exitCode;
+    const QString line = digitsOf(parser.value(lineOption));
+    if (parser.isSet(lineOption) && line.isEmpty()) {
+        return setupError(err, QStringLiteral("\"%1\" is not a fax line: it has no digit")
+                                   .arg(parser.value(lineOption)));
+    }
+
+    if (parser.isSet(userOption)) {
+        const QString user = parser.value(userOption).trimmed();
+        if (user.isEmpty())
+            return setupError(err, QStringLiteral("the user name is empty"));
+        const std::optional<QString> password =
+            CommandSupport::readSecretLine(QStringLiteral("Password for %1: ").arg(user));
+        if (!password || password->isEmpty())
+            return setupError(err, QStringLiteral("no password on standard input"));
+        FXError error;
+        if (!KeychainUtils::storeUsername(
+                QLatin1String(CommandSupport::kKeychainAccountName), *password,
+                QLatin1String(CommandSupport::kKeychainServiceName), QString(), true, &error)) {
+            return setupError(err,
+                              QStringLiteral("the password could not be stored in the "
+                                             "credential store (%1)")
+                                  .arg(error.description.isEmpty() ? QString::number(error.code)
+                                                                   : error.description));
+        }
+        // Another account has other lines: its line is chosen anew.
+        if (FBUserDefaults::stringForKey(kUsernameKey) != user) {
+            FBUserDefaults::removeObjectForKey(kLocalUriKey);
+            FBUserDefaults::removeObjectForKey(kLocalSipUriKey);
+        }
+        FBUserDefaults::setObject(user, kUsernameKey);
+        FBUserDefaults::synchronize();
+    } else {
+        QString problem;
+        if (!CommandSupport::isAccountConfigured(&problem))
+            return setupError(err, problem);
+    }
+
+    if (parser.isSet(folderOption)) {
+        const QString folder = QFileInfo(parser.value(folderOption)).absoluteFilePath();
+        if (!QDir().mkpath(folder) || !QFileInfo(folder).isDir()) {
+            return setupError(err,
+                              QStringLiteral("cannot use \"%1\" as the report folder").arg(folder));
+        }
+        FBUserDefaults::setObject(folder, kFaxReportSavePathKey);
+        FBUserDefaults::setObject(folder.toUtf8(), kFaxReportSavePathDataKey);
+        FBUserDefaults::synchronize();
+    }
+
+    AccountCheck check;
+    QTimer deadline;
+    deadline.setSingleShot(true);
+    bool timedOut = false;
+    QObject::connect(&deadline, &QTimer::timeout, [&timedOut] {
+        timedOut = true;
+        QCoreApplication::exit(0);
+    });
+    // The client gives each request its own deadline; this one only keeps a request that never
+    // reached the provider from holding the command forever.
+    deadline.start(VXRestConnection::requestTimeoutMs() + 5000);
+    if (CommandSupport::isTerminal(stderr)) {
+        err << "Checking the account with the provider...\n";
+        err.flush();
+    }
+    check.start();
+    QCoreApplication::exec();
+
+    if (timedOut) {
+        err << "faxolino account: no answer from the provider at "
+            << VXRestConnection::apiURL().toString() << '\n';
+        return 1;
+    }
+    if (check.errorCode == 401) {
+        err << "faxolino account: " << FXText("error_auth") << '\n';
+        return 1;
+    }
+    if (check.errorCode != 0) {
+        err << "faxolino account: " << FXText("error") << ": the provider answered with code "
+            << check.errorCode << '\n';
+        return 1;
+    }
+
+    out << "Account: " << FBUserDefaults::stringForKey(kUsernameKey) << '\n';
+    const XmlRpcValue &current = check.balance["CurrentBalance"];
+    out << QString::asprintf("%s: %.02f %s", qPrintable(FXText("current_balance")),
+                             double(float(current["TotalIncludingVat"].toDouble())),
+                             qPrintable(current["Currency"].toString()))
+        << '\n';
+
+    XmlRpcList faxLines;
+    const XmlRpcList all = check.ownUriList["OwnUriList"].toList();
+    for (const XmlRpcValue &record : all) {
+        const XmlRpcList services = record["TOS"].toList();
+        const bool isFax = std::any_of(services.cbegin(), services.cend(),
+                                       [](const XmlRpcValue &service) {
+                                           return service.toString() == QLatin1String("fax");
+                                       })
+                           || record["TOS"].toString() == QLatin1String("fax");
+        if (isFax && !record["E164Out"].toString().isEmpty())
+            faxLines.append(record);
+    }
+    if (faxLines.isEmpty()) {
+        err << "faxolino account: " << FXText("error_no_faxuri") << '\n';
+        return 2;
+    }
+
+    if (parser.isSet(lineOption)) {
+        const auto chosen =
+            std::find_if(faxLines.cbegin(), faxLines.cend(), [&line](const XmlRpcValue &record) {
+                return digitsOf(record["E164Out"].toString()) == line;
+            });
+        if (chosen == faxLines.cend()) {
+            QStringList known;
+            for (const XmlRpcValue &record : std::as_const(faxLines))
+                known << QStringLiteral("+") + record["E164Out"].toString();
+            err << "faxolino account: the account has no fax line +" << line
+                << "; its fax lines are " << known.join(QStringLiteral(", ")) << '\n';
+            return 2;
+        }
+        FBUserDefaults::setObject((*chosen)["E164Out"].toString(), kLocalUriKey);
+        FBUserDefaults::setObject((*chosen)["SipUri"].toString(), kLocalSipUriKey);
+        FBUserDefaults::synchronize();
+    } else {
+        // A line the account no longer has would be refused as the sender.
+        const QString stored = FBUserDefaults::stringForKey(kLocalUriKey);
+        const bool known =
+            std::any_of(faxLines.cbegin(), faxLines.cend(), [&stored](const XmlRpcValue &record) {
+                return record["E164Out"].toString() == stored;
+            });
+        if (!stored.isEmpty() && !known) {
+            FBUserDefaults::removeObjectForKey(kLocalUriKey);
+            FBUserDefaults::removeObjectForKey(kLocalSipUriKey);
+            FBUserDefaults::synchronize();
+        }
+    }
+
+    const QString selected = FBUserDefaults::stringForKey(kLocalUriKey);
+    out << "Fax lines:\n";
+    for (const XmlRpcValue &record : std::as_const(faxLines)) {
+        const QString number = record["E164Out"].toString();
+        out << (number == selected ? "  * +" : "    +") << number;
+        if (number == selected)
+            out << "  (sending line)";
+        out << '\n';
+    }
+    if (selected.isEmpty())
+        out << "No sending line chosen: the provider's default line sends. Choose one with "
+               "--line.\n";
+    const QString folder = FBUserDefaults::stringForKey(kFaxReportSavePathKey);
+    if (!folder.isEmpty())
+        out << "Report folder: " << QDir::toNativeSeparators(folder) << '\n';
+    return 0;
+}

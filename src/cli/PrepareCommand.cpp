@@ -1,0 +1,97 @@
+#include "cli/PrepareCommand.h"
+
+#include "cli/CommandSupport.h"
+
+#include "document/FXFaxPageGenerator.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QFile>
+#include <QTextStream>
+
+#include <optional>
+
+namespace {
+
+const char usage[] =
+    "Usage: faxolino prepare IN.pdf OUT.pdf [--type text|mixed] [--threshold 0-4]\n"
+    "\n"
+    "Writes the fax pages that would be sent for IN.pdf to OUT.pdf: every page\n"
+    "rendered at 288 dpi onto A4 and converted to black and white. Prints the\n"
+    "number of pages written.\n"
+    "\n"
+    "Options:\n"
+    "  --type text|mixed   text: a brightness threshold (default);\n"
+    "                      mixed: error diffusion, for pictures\n"
+    "  --threshold 0-4     the threshold level for text, lighter to darker\n"
+    "                      (default 2)\n";
+
+int usageError(QTextStream &err, const QString &message)
+{
+    err << "faxolino prepare: " << message << "\n\n" << usage;
+    return 2;
+}
+
+} // namespace
+
+int PrepareCommand::run(int argc, char *argv[])
+{
+    std::optional<QCoreApplication> app;
+    if (!QCoreApplication::instance())
+        app.emplace(argc, argv);
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+
+    QCommandLineParser parser;
+    const QCommandLineOption typeOption(QStringLiteral("type"), QString(), QStringLiteral("type"),
+                                        QStringLiteral("text"));
+    const QCommandLineOption thresholdOption(QStringLiteral("threshold"), QString(),
+                                             QStringLiteral("level"), QStringLiteral("2"));
+    parser.addOptions({typeOption, thresholdOption});
+    if (const std::optional<int> exitCode = CommandSupport::parseArguments(
+            parser, argc, argv, usage,
+            [&](const QString &message) { return usageError(err, message); }, true))
+        return *exitCode;
+
+    const QStringList files = parser.positionalArguments();
+    if (files.size() != 2)
+        return usageError(err, QStringLiteral("expected an input and an output file"));
+
+    int useType = FXFaxPageGenerator::Text;
+    const QString type = parser.value(typeOption);
+    if (type == QLatin1String("mixed"))
+        useType = FXFaxPageGenerator::Mixed;
+    else if (type != QLatin1String("text"))
+        return usageError(err, QStringLiteral("unknown type \"%1\"").arg(type));
+
+    bool isNumber = false;
+    const int threshold = parser.value(thresholdOption).toInt(&isNumber);
+    if (!isNumber || threshold < 0 || threshold > 4) {
+        return usageError(err, QStringLiteral("the threshold is a level from 0 to 4, not \"%1\"")
+                                   .arg(parser.value(thresholdOption)));
+    }
+
+    FXFaxPageGenerator::keepPageMemory();
+    QFile input(files.at(0));
+    if (!input.open(QIODevice::ReadOnly)) {
+        err << "faxolino prepare: cannot read \"" << files.at(0) << "\": " << input.errorString()
+            << '\n';
+        return 2;
+    }
+    // Read as pages need it rather than copied whole into memory first.
+    const FXFaxPageGenerator::Result result = FXFaxPageGenerator::generatePDFWithDevice(
+        &input, QString(), useType, threshold, files.at(1),
+        FXFaxPageGenerator::LeaveOutputUntouched);
+    if (!result.readable) {
+        err << "faxolino prepare: \"" << files.at(0)
+            << "\" is not a readable PDF document (it may be damaged or password-protected)\n";
+        return 2;
+    }
+    if (!result.written) {
+        err << "faxolino prepare: cannot write \"" << files.at(1) << "\": " << result.errorString
+            << '\n';
+        return 1;
+    }
+    out << result.pageCount << '\n';
+    return 0;
+}

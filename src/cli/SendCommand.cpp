@@ -1,0 +1,434 @@
+#include "cli/SendCommand.h"
+
+#include "cli/CommandSupport.h"
+#include "document/FXFaxPageGenerator.h"
+#include "document/FXPDFGenerator.h"
+#include "foundation/FBApplicationHelper.h"
+#include "foundation/FBUserDefaults.h"
+#include "recipients/FXPhoneNumber.h"
+#include "sending/FXFaxConnection.h"
+#include "sending/FXFaxReportStore.h"
+
+#include <QBuffer>
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QDate>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QLockFile>
+#include <QPageLayout>
+#include <QPainter>
+#include <QPdfDocument>
+#include <QPdfWriter>
+#include <QTemporaryDir>
+#include <QTextDocument>
+#include <QTextStream>
+#include <QTimer>
+
+#include <algorithm>
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+const char usage[] =
+    "Usage: faxolino send --to NUMBER [--to NUMBER]... [OPTIONS] FILE.pdf\n"
+    "\n"
+    "Sends the PDF document as a fax to every receiver, one after the other, through\n"
+    "the voxaria account set up with `faxolino account`. Every fax is recorded in the\n"
+    "journal and gets a transmission report in the report folder.\n"
+    "\n"
+    "Options:\n"
+    "  --to NUMBER              a receiver's fax number (repeatable)\n"
+    "  --type text|mixed        text: a brightness threshold (default);\n"
+    "                           mixed: error diffusion, for pictures\n"
+    "  --threshold 0-4          the threshold level for text, lighter to darker (default 2)\n"
+    "  --cover-subject TEXT     put a cover sheet with this subject in front\n"
+    "  --give-up-after SECONDS  stop waiting when the provider has not accepted a fax, or\n"
+    "                           has not answered about it, for this long (default 300);\n"
+    "                           the journal keeps it open for `faxolino poll`\n"
+    "\n"
+    "Exit codes: 0 every fax was sent, 1 a fax failed or the provider did not answer,\n"
+    "2 a usage or setup error.\n";
+
+constexpr int kDefaultGiveUpSeconds = 300;
+// QTimer counts milliseconds in an int.
+constexpr int kMaxGiveUpSeconds = 2000000;
+constexpr int kBarWidth = 24;
+
+int setupError(QTextStream &err, const QString &message, bool showUsage = false)
+{
+    err << "faxolino send: " << message << '\n';
+    if (showUsage)
+        err << '\n' << usage;
+    err.flush();
+    return 2;
+}
+
+// A plain cover page: title, sender line, subject, date and page count, laid out by Qt's
+// rich-text engine on one A4 page.
+QByteArray coverSheetPDF(const QString &subject, int documentPages)
+{
+    const QString line = FBUserDefaults::stringForKey(kLocalUriKey);
+    const QString from = line.isEmpty() ? QString() : QStringLiteral("+") + line;
+    const QString html = QStringLiteral("<h1 style='font-size:28pt'>Fax</h1><table cellpadding='6'>"
+                                        "<tr><td><b>From</b></td><td>%1</td></tr>"
+                                        "<tr><td><b>Subject</b></td><td>%2</td></tr>"
+                                        "<tr><td><b>Date</b></td><td>%3</td></tr>"
+                                        "<tr><td><b>Pages</b></td><td>%4</td></tr></table>")
+                             .arg(from.toHtmlEscaped(), subject.toHtmlEscaped(),
+                                  QDate::currentDate().toString(QStringLiteral("dd.MM.yyyy")))
+                             .arg(documentPages + 1);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    {
+        QPdfWriter writer(&buffer);
+        writer.setPageLayout(QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait,
+                                         QMarginsF(20, 20, 20, 20), QPageLayout::Millimeter));
+        writer.setResolution(300);
+        writer.setCreator(QStringLiteral("Faxolino"));
+        QPainter painter(&writer);
+        QTextDocument document;
+        document.setDefaultFont(QFont(QStringLiteral("Sans Serif"), 14));
+        document.setHtml(html);
+        const QRect page = writer.pageLayout().paintRectPixels(writer.resolution());
+        // Lay the text out at 72 dpi and scale it up to the writer's resolution.
+        const double scale = writer.resolution() / 72.0;
+        document.setTextWidth(page.width() / scale);
+        painter.scale(scale, scale);
+        document.drawContents(&painter);
+    }
+    return bytes;
+}
+
+// Shows the progress of the job and ends the event loop with the exit code.
+class SendProgress : public QObject, public FXFaxConnectionDelegate
+{
+public:
+    SendProgress(FXFaxConnection *job, const QStringList &numbers, bool terminal, int giveUpSeconds)
+        : m_numbers(numbers)
+        , m_terminal(terminal)
+        , m_giveUpSeconds(giveUpSeconds)
+        , m_out(stdout)
+        , m_err(stderr)
+    {
+        m_watchdog.setSingleShot(true);
+        m_watchdog.setInterval(giveUpSeconds * 1000);
+        connect(&m_watchdog, &QTimer::timeout, this, &SendProgress::giveUp);
+        connect(job, &FXFaxConnection::sessionRequested, this, [this] {
+            m_accepted = false;
+            m_watchdog.start();
+            show(0.15, QStringLiteral("connecting"), QString());
+        });
+        connect(job, &FXFaxConnection::sessionAccepted, this, [this] {
+            m_accepted = true;
+            m_watchdog.start();
+        });
+        // A transmission takes minutes; the terminal shows that time passes.
+        m_clock.setInterval(1000);
+        connect(&m_clock, &QTimer::timeout, this, [this] { draw(false); });
+    }
+
+    void begin() { startReceiver(); }
+
+    void changedProgress(double progress, int toState, const QString &title,
+                         const QString &forDestinationNumber, const QString &errorReason,
+                         const QString &errorReasonTitle, const Fax &forFax) override
+    {
+        Q_UNUSED(progress);
+        Q_UNUSED(forDestinationNumber);
+        Q_UNUSED(errorReason);
+        if (!forFax.number().isEmpty())
+            m_shownNumber = forFax.number();
+        switch (toState) {
+        case 0:
+            m_watchdog.start();
+            show(0.35, QStringLiteral("queued"), title);
+            break;
+        case 1:
+            m_watchdog.start();
+            show(0.65, QStringLiteral("sending"), title);
+            break;
+        case 2:
+        case -1: {
+            m_watchdog.stop();
+            const bool sent = toState == 2;
+            if (sent)
+                ++m_sent;
+            show(1.0, sent ? QStringLiteral("sent") : QStringLiteral("failed"),
+                 sent ? title : title + QStringLiteral(": ") + errorReasonTitle, true);
+            const QString report = FXFaxReportStore::reportPathForFax(forFax);
+            if (!forFax.isNull() && QFileInfo::exists(report))
+                m_out << "      report: " << QDir::toNativeSeparators(report) << '\n';
+            m_out.flush();
+            ++m_index;
+            if (m_index < m_numbers.size())
+                startReceiver();
+            break;
+        }
+        default:
+            break;
+        }
+    }
+
+    void sendingAllFaxCompleted(FXFaxConnection *) override
+    {
+        m_clock.stop();
+        m_out << (m_sent == m_numbers.size() ? "Sent " : "Sent only ") << m_sent << " of "
+              << m_numbers.size() << (m_numbers.size() == 1 ? " fax.\n" : " faxes.\n");
+        m_out.flush();
+        QCoreApplication::exit(m_sent == m_numbers.size() ? 0 : 1);
+    }
+
+private:
+    void startReceiver()
+    {
+        m_shownNumber = m_numbers.value(m_index);
+        m_elapsed.start();
+        m_lastLine.clear();
+        if (m_terminal)
+            m_clock.start();
+        show(0.05, QStringLiteral("preparing"), QString());
+    }
+
+    void show(double fraction, const QString &word, const QString &text, bool final = false)
+    {
+        m_fraction = fraction;
+        m_word = word;
+        m_text = text;
+        draw(final);
+    }
+
+    QString line(bool withBar) const
+    {
+        QString result =
+            QStringLiteral("[%1/%2] %3 ").arg(m_index + 1).arg(m_numbers.size()).arg(m_shownNumber);
+        if (withBar) {
+            const int filled = qBound(0, int(m_fraction * kBarWidth + 0.5), kBarWidth);
+            const qint64 seconds = m_elapsed.elapsed() / 1000;
+            result += QLatin1Char('[') + QString(filled, QLatin1Char('#'))
+                      + QString(kBarWidth - filled, QLatin1Char('-')) + QStringLiteral("] ")
+                      + QString::asprintf("%lld:%02lld ", seconds / 60, seconds % 60);
+        }
+        result += m_word;
+        if (!m_text.isEmpty())
+            result += QStringLiteral(": ") + m_text;
+        return result;
+    }
+
+    void draw(bool final)
+    {
+        if (m_terminal) {
+            // Rewrite the receiver's line in place; a finished receiver keeps its line. A line
+            // wider than the terminal would wrap, and the next rewrite would start on its
+            // second half.
+            QString text = line(true);
+            winsize size{};
+            if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1)
+                text.truncate(size.ws_col - 1);
+            m_out << '\r' << text << "\x1b[K";
+            if (final) {
+                m_out << '\n';
+                m_clock.stop();
+            }
+            m_out.flush();
+            return;
+        }
+        const QString plain = line(false);
+        if (plain != m_lastLine) {
+            m_out << plain << '\n';
+            m_out.flush();
+            m_lastLine = plain;
+        }
+    }
+
+    void giveUp()
+    {
+        m_clock.stop();
+        if (m_terminal)
+            m_out << '\n';
+        m_out.flush();
+        if (m_accepted) {
+            m_err << "faxolino send: no answer from the provider about the fax to " << m_shownNumber
+                  << " for " << m_giveUpSeconds << " seconds; giving up.\n";
+        } else {
+            m_err << "faxolino send: the provider has not accepted the fax to " << m_shownNumber
+                  << " after " << m_giveUpSeconds << " seconds; giving up.\n";
+        }
+        m_err << "The journal keeps the transmission open; `faxolino poll` asks the provider "
+                 "about it later.\n";
+        const QStringList rest = m_numbers.mid(m_index + 1);
+        if (!rest.isEmpty())
+            m_err << "Not sent: " << rest.join(QStringLiteral(", ")) << '\n';
+        m_err.flush();
+        QCoreApplication::exit(1);
+    }
+
+    QStringList m_numbers;
+    bool m_terminal;
+    int m_giveUpSeconds;
+    QTextStream m_out;
+    QTextStream m_err;
+    QTimer m_watchdog;
+    QTimer m_clock;
+    QElapsedTimer m_elapsed;
+    qsizetype m_index = 0;
+    qsizetype m_sent = 0;
+    bool m_accepted = false;
+    QString m_shownNumber;
+    double m_fraction = 0.0;
+    QString m_word;
+    QString m_text;
+    QString m_lastLine;
+};
+
+} // namespace
+
+int SendCommand::run(int argc, char *argv[])
+{
+    const std::unique_ptr<QCoreApplication> app = CommandSupport::makeApplication(argc, argv, true);
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+
+    QCommandLineParser parser;
+    const QCommandLineOption toOption(QStringLiteral("to"), QString(), QStringLiteral("number"));
+    const QCommandLineOption typeOption(QStringLiteral("type"), QString(), QStringLiteral("type"),
+                                        QStringLiteral("text"));
+    const QCommandLineOption thresholdOption(QStringLiteral("threshold"), QString(),
+                                             QStringLiteral("level"), QStringLiteral("2"));
+    const QCommandLineOption coverOption(QStringLiteral("cover-subject"), QString(),
+                                         QStringLiteral("text"));
+    const QCommandLineOption giveUpOption(QStringLiteral("give-up-after"), QString(),
+                                          QStringLiteral("seconds"),
+                                          QString::number(kDefaultGiveUpSeconds));
+    parser.addOptions({toOption, typeOption, thresholdOption, coverOption, giveUpOption});
+    if (const std::optional<int> exitCode = CommandSupport::parseArguments(
+            parser, argc, argv, usage,
+            [&](const QString &message) { return setupError(err, message, true); }, true))
+        return *exitCode;
+
+    const QStringList files = parser.positionalArguments();
+    if (files.size() != 1)
+        return setupError(err, QStringLiteral("name one PDF document to send"), true);
+
+    QStringList numbers;
+    for (const QString &typed : parser.values(toOption)) {
+        const QString number = FXPhoneNumber::unifiedPhoneNumber(typed);
+        if (!std::any_of(number.cbegin(), number.cend(), [](QChar c) { return c.isDigit(); })) {
+            return setupError(
+                err, QStringLiteral("\"%1\" is not a fax number: it has no digit").arg(typed));
+        }
+        numbers << number;
+    }
+    if (numbers.isEmpty())
+        return setupError(err, QStringLiteral("no receivers; name each one with --to NUMBER"),
+                          true);
+
+    int useType = FXFaxPageGenerator::Text;
+    const QString type = parser.value(typeOption);
+    if (type == QLatin1String("mixed"))
+        useType = FXFaxPageGenerator::Mixed;
+    else if (type != QLatin1String("text"))
+        return setupError(err, QStringLiteral("unknown type \"%1\"").arg(type), true);
+    bool isNumber = false;
+    const int threshold = parser.value(thresholdOption).toInt(&isNumber);
+    if (!isNumber || threshold < 0 || threshold > 4) {
+        return setupError(err, QStringLiteral("the threshold is a level from 0 to 4, not \"%1\"")
+                                   .arg(parser.value(thresholdOption)));
+    }
+    const int giveUpSeconds = parser.value(giveUpOption).toInt(&isNumber);
+    if (!isNumber || giveUpSeconds < 1 || giveUpSeconds > kMaxGiveUpSeconds) {
+        return setupError(err, QStringLiteral("--give-up-after takes a number of seconds from 1 "
+                                              "to %1, not \"%2\"")
+                                   .arg(kMaxGiveUpSeconds)
+                                   .arg(parser.value(giveUpOption)));
+    }
+
+    const QString path = files.first();
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return setupError(err,
+                          QStringLiteral("cannot read \"%1\": %2").arg(path, file.errorString()));
+    QByteArray document = file.readAll();
+    file.close();
+    if (document.isEmpty())
+        return setupError(err, QStringLiteral("\"%1\" is empty").arg(path));
+    int documentPages = 0;
+    {
+        QPdfDocument pdf;
+        if (pdf.load(path) != QPdfDocument::Error::None) {
+            return setupError(err, QStringLiteral("\"%1\" is not a readable PDF document (it may "
+                                                  "be damaged or password-protected)")
+                                       .arg(path));
+        }
+        documentPages = pdf.pageCount();
+    }
+    if (documentPages <= 0)
+        return setupError(err, QStringLiteral("\"%1\" has no pages").arg(path));
+
+    QString problem;
+    if (!CommandSupport::isAccountConfigured(&problem))
+        return setupError(err, problem);
+
+    // The working files are shared by every sender of this user; one send at a time.
+    const QString workFolder = FBApplicationHelper::applicationSupportFolder();
+    QDir().mkpath(workFolder);
+    QLockFile lock(workFolder + QStringLiteral("/.send.lock"));
+    lock.setStaleLockTime(0);
+    if (!lock.tryLock(0)) {
+        err << "faxolino send: waiting for another faxolino send to finish...\n";
+        err.flush();
+        lock.lock();
+    }
+
+    const QString subject = parser.value(coverOption);
+    const bool useCoverSheet = parser.isSet(coverOption);
+    if (useCoverSheet) {
+        QTemporaryDir scratch;
+        const QString cover = scratch.filePath(QStringLiteral("cover.pdf"));
+        const QString source = scratch.filePath(QStringLiteral("document.pdf"));
+        const QString combined = scratch.filePath(QStringLiteral("combined.pdf"));
+        QFile coverFile(cover);
+        QFile sourceFile(source);
+        if (!scratch.isValid() || !coverFile.open(QIODevice::WriteOnly)
+            || coverFile.write(coverSheetPDF(subject, documentPages)) < 0
+            || !sourceFile.open(QIODevice::WriteOnly) || sourceFile.write(document) < 0) {
+            err << "faxolino send: the cover sheet could not be made\n";
+            return 1;
+        }
+        coverFile.close();
+        sourceFile.close();
+        FXPDFGenerator::combineCoverSheet(QUrl::fromLocalFile(cover), QUrl::fromLocalFile(source),
+                                          QUrl::fromLocalFile(combined), false);
+        QFile combinedFile(combined);
+        if (!combinedFile.open(QIODevice::ReadOnly)) {
+            err << "faxolino send: the cover sheet could not be put in front of the document\n";
+            return 1;
+        }
+        document = combinedFile.readAll();
+    }
+
+    FXFaxConnection job;
+    job.setDocumentType(useType);
+    job.setDocumentTypeThreshold(threshold);
+    job.setUseCoverSheet(useCoverSheet);
+    job.setCoverSubject(subject);
+    SendProgress progress(&job, numbers, CommandSupport::isTerminal(stdout), giveUpSeconds);
+    job.setDelegate(&progress);
+
+    out << "Sending " << QFileInfo(path).fileName() << " ("
+        << documentPages + (useCoverSheet ? 1 : 0)
+        << (documentPages + (useCoverSheet ? 1 : 0) == 1 ? " page" : " pages") << ") to "
+        << numbers.size() << (numbers.size() == 1 ? " receiver\n" : " receivers\n");
+    out.flush();
+    progress.begin();
+    QVariantList receivers;
+    for (const QString &number : std::as_const(numbers))
+        receivers << number;
+    job.startSendingFaxForPDFData(document, receivers);
+    return QCoreApplication::exec();
+}

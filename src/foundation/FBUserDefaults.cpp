@@ -1,0 +1,151 @@
+#include "foundation/FBUserDefaults.h"
+
+#include "foundation/FBApplicationHelper.h"
+
+#include <QMutex>
+#include <QSettings>
+
+namespace {
+
+QMutex registeredMutex;
+QVariantMap &registeredDefaults()
+{
+    static QVariantMap defaults;
+    return defaults;
+}
+
+QSettings openStore()
+{
+    return QSettings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("voxaria"),
+                     QStringLiteral("Faxolino"));
+}
+
+// The keys whose every write or removal is flushed to disk at once.
+bool syncsImmediately(const char *key)
+{
+    static const char *const keys[] = {kLocalUriKey, kLocalSipUriKey, kFaxReportSavePathKey,
+                                       kShowExtendedToolbarKey, kSaveSendDocumentKey};
+    for (const char *k : keys) {
+        if (qstrcmp(k, key) == 0)
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+bool FBUserDefaults::hasKey(const char *key)
+{
+    return openStore().contains(QLatin1String(key));
+}
+
+QVariant FBUserDefaults::objectForKey(const char *key)
+{
+    const QString name = QLatin1String(key);
+    QSettings store = openStore();
+    if (store.contains(name))
+        return store.value(name);
+    QMutexLocker lock(&registeredMutex);
+    return registeredDefaults().value(name);
+}
+
+QString FBUserDefaults::stringForKey(const char *key)
+{
+    const QVariant value = objectForKey(key);
+    // A hand-edited file may hold a list or a number here; only text counts as text.
+    if (value.typeId() == QMetaType::QString)
+        return value.toString();
+    if (value.typeId() == QMetaType::QByteArray)
+        return QString::fromUtf8(value.toByteArray());
+    return value.canConvert<QString>() && value.typeId() != QMetaType::QStringList
+               ? value.toString()
+               : QString();
+}
+
+QByteArray FBUserDefaults::dataForKey(const char *key)
+{
+    const QVariant value = objectForKey(key);
+    if (value.typeId() == QMetaType::QByteArray)
+        return value.toByteArray();
+    if (value.typeId() == QMetaType::QString)
+        return value.toString().toUtf8();
+    return QByteArray();
+}
+
+bool FBUserDefaults::boolForKey(const char *key)
+{
+    const QVariant value = objectForKey(key);
+    if (value.typeId() == QMetaType::Bool)
+        return value.toBool();
+    // The INI file gives back text: "true", "false", "1", "0".
+    const QString text = value.toString().trimmed().toLower();
+    return text == QLatin1String("true") || text == QLatin1String("yes")
+           || (text.toLongLong() != 0);
+}
+
+QStringList FBUserDefaults::stringListForKey(const char *key)
+{
+    const QVariant value = objectForKey(key);
+    if (value.typeId() == QMetaType::QStringList)
+        return value.toStringList();
+    if (value.typeId() == QMetaType::QVariantList) {
+        QStringList out;
+        for (const QVariant &v : value.toList()) {
+            if (v.typeId() == QMetaType::QString)
+                out.append(v.toString());
+        }
+        return out;
+    }
+    if (value.typeId() == QMetaType::QString && !value.toString().isEmpty())
+        return {value.toString()};
+    return {};
+}
+
+void FBUserDefaults::setObject(const QVariant &value, const char *key)
+{
+    QSettings store = openStore();
+    store.setValue(QLatin1String(key), value);
+    if (syncsImmediately(key))
+        store.sync();
+}
+
+void FBUserDefaults::removeObjectForKey(const char *key)
+{
+    QSettings store = openStore();
+    store.remove(QLatin1String(key));
+    if (syncsImmediately(key))
+        store.sync();
+}
+
+void FBUserDefaults::synchronize()
+{
+    openStore().sync();
+}
+
+void FBUserDefaults::registerDefaults(const QVariantMap &defaults)
+{
+    QMutexLocker lock(&registeredMutex);
+    for (auto it = defaults.begin(); it != defaults.end(); ++it)
+        registeredDefaults().insert(it.key(), it.value());
+}
+
+void FBUserDefaults::registerLaunchDefaults()
+{
+    registerDefaults({{QLatin1String(kCrashOnExceptionsKey), true}});
+    if (!hasKey(kSaveSendDocumentKey))
+        setObject(true, kSaveSendDocumentKey);
+}
+
+QString FBUserDefaults::reportSavePathForPreferences()
+{
+    if (hasKey(kFaxReportSavePathKey))
+        return stringForKey(kFaxReportSavePathKey);
+    const QString folder = FBApplicationHelper::applicationSupportFolder();
+    setObject(folder, kFaxReportSavePathKey);
+    return folder;
+}
+
+QString FBUserDefaults::fileName()
+{
+    return openStore().fileName();
+}

@@ -1,0 +1,86 @@
+#include "sending/VXFaxSessionStateQueue.h"
+
+#include "journal/Connection.h"
+#include "journal/FXCoreDataController.h"
+#include "journal/FXManagedObjectContext.h"
+#include "provider/VXRestConnection.h"
+#include "sending/FXFaxReport.h"
+
+#include <atomic>
+
+namespace {
+
+std::atomic<int> intervalMs{60 * 1000};
+
+// "StatusCode" as the journal keeps it: the number's decimal text. A provider that sends the
+// code as text is taken at its word.
+QString reasonForStatusCode(const XmlRpcValue &code)
+{
+    if (code.type() == XmlRpcValue::Type::String)
+        return code.toString();
+    return QString::number(code.toInt());
+}
+
+} // namespace
+
+void VXFaxSessionStateQueue::setIntervalMs(int ms)
+{
+    intervalMs = ms;
+}
+
+VXFaxSessionStateQueue::VXFaxSessionStateQueue(FXFaxReportDelegate *delegate, QObject *parent)
+    : QObject(parent)
+    , m_delegate(delegate)
+{
+    updateOpenSessionStates();
+    m_timer.setInterval(intervalMs.load());
+    connect(&m_timer, &QTimer::timeout, this, &VXFaxSessionStateQueue::updateOpenSessionStates);
+    m_timer.start();
+}
+
+VXFaxSessionStateQueue::~VXFaxSessionStateQueue()
+{
+    // Requests still in flight must not call back into a poller that is gone.
+    for (const QPointer<VXRestConnection> &pass : std::as_const(m_passes)) {
+        if (pass)
+            pass->setDelegate(nullptr);
+    }
+}
+
+void VXFaxSessionStateQueue::updateOpenSessionStates()
+{
+    m_passes.removeAll(nullptr);
+    FXManagedObjectContext *context =
+        FXCoreDataController::sharedInstance()->managedObjectContext();
+    const QList<Connection> open = context ? context->fetchOpenConnections() : QList<Connection>();
+    if (open.isEmpty()) {
+        QMetaObject::invokeMethod(this, &VXFaxSessionStateQueue::passFinished,
+                                  Qt::QueuedConnection);
+        return;
+    }
+    // One client per pass; it goes away by itself after its last answer, which ends the pass.
+    auto *pass = new VXRestConnection;
+    pass->setDelegate(this);
+    connect(pass, &QObject::destroyed, this, &VXFaxSessionStateQueue::passFinished);
+    m_passes.append(pass);
+    for (const Connection &connection : open)
+        pass->sessionStatusForID(connection.sessionID());
+}
+
+void VXFaxSessionStateQueue::didReceiveSessionStatus(const XmlRpcValue &status,
+                                                     const QString &forID)
+{
+    FXManagedObjectContext *context =
+        FXCoreDataController::sharedInstance()->managedObjectContext();
+    if (!context)
+        return;
+    // The state itself is not consulted: the first answer with a code closes the record.
+    const bool hasCode = status.contains(QStringLiteral("StatusCode"));
+    const QString reason = hasCode ? reasonForStatusCode(status["StatusCode"]) : QString();
+    for (Connection connection : context->fetchConnectionsWithSessionID(forID)) {
+        if (hasCode)
+            connection.setReason(reason);
+        FXFaxReport::generateFaxReportForFax(connection.fax(), m_delegate);
+    }
+    FXCoreDataController::sharedInstance()->saveMainContext();
+}

@@ -1,0 +1,120 @@
+#include "LogCapture.h"
+#include "TestEnvironment.h"
+#include "foundation/FBApplicationHelper.h"
+#include "foundation/FBUserDefaults.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSettings>
+#include <QTest>
+
+class TestFBUserDefaults : public QObject
+{
+    Q_OBJECT
+
+private:
+    static QByteArray settingsFileBytes()
+    {
+        QFile file(FBUserDefaults::fileName());
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    static void clearStore()
+    {
+        QFile::remove(FBUserDefaults::fileName());
+        QSettings(QStringLiteral("voxaria"), QStringLiteral("Faxolino")).clear();
+    }
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY(TestEnvironment::isIsolated()); }
+    void init() { clearStore(); }
+
+    void storeLivesInTheUserConfigFolder()
+    {
+        QCOMPARE(FBUserDefaults::fileName(), qEnvironmentVariable("XDG_CONFIG_HOME")
+                                                 + QStringLiteral("/voxaria/Faxolino.conf"));
+        QCOMPARE(FBApplicationHelper::applicationBundleName(), QStringLiteral("Faxolino"));
+        QCOMPARE(FBApplicationHelper::applicationSupportFolder(),
+                 qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/Faxolino"));
+        QVERIFY(FBUserDefaults::appGroupSuiteName().isNull());
+    }
+
+    // The listed keys reach the file at once, without an explicit synchronisation.
+    void immediateSynchronisation_data()
+    {
+        QTest::addColumn<QByteArray>("key");
+        QTest::newRow("localUri") << QByteArray(kLocalUriKey);
+        QTest::newRow("localSipUri") << QByteArray(kLocalSipUriKey);
+        QTest::newRow("faxReportSavePath") << QByteArray(kFaxReportSavePathKey);
+        QTest::newRow("showExtendedToolbar") << QByteArray(kShowExtendedToolbarKey);
+        QTest::newRow("saveSendDocument") << QByteArray(kSaveSendDocumentKey);
+    }
+    void immediateSynchronisation()
+    {
+        QFETCH(QByteArray, key);
+        FBUserDefaults::setObject(QStringLiteral("marker-value"), key.constData());
+        QVERIFY(settingsFileBytes().contains("marker-value"));
+        FBUserDefaults::removeObjectForKey(key.constData());
+        QVERIFY(!settingsFileBytes().contains("marker-value"));
+    }
+
+    void launchDefaults()
+    {
+        QVERIFY(!FBUserDefaults::hasKey(kSaveSendDocumentKey));
+        FBUserDefaults::registerLaunchDefaults();
+        QVERIFY(FBUserDefaults::boolForKey(kSaveSendDocumentKey));
+        QVERIFY(FBUserDefaults::boolForKey(kCrashOnExceptionsKey));
+        // Registered, not stored.
+        QVERIFY(!settingsFileBytes().contains(kCrashOnExceptionsKey));
+
+        // A user's "off" survives the next launch.
+        FBUserDefaults::setObject(false, kSaveSendDocumentKey);
+        FBUserDefaults::registerLaunchDefaults();
+        QVERIFY(!FBUserDefaults::boolForKey(kSaveSendDocumentKey));
+    }
+
+    void firstOpeningOfPreferencesStoresTheSupportFolder()
+    {
+        const QString expected = FBApplicationHelper::applicationSupportFolder();
+        QCOMPARE(FBUserDefaults::reportSavePathForPreferences(), expected);
+        QVERIFY(settingsFileBytes().contains(expected.toUtf8()));
+        QVERIFY(!FBUserDefaults::hasKey(kFaxReportSavePathDataKey));
+
+        // A later opening shows what was chosen.
+        FBUserDefaults::setObject(QStringLiteral("/srv/faxes"), kFaxReportSavePathKey);
+        QCOMPARE(FBUserDefaults::reportSavePathForPreferences(), QStringLiteral("/srv/faxes"));
+    }
+
+    // A hand-edited settings file may hold anything; every reader answers with a value of
+    // its own type.
+    void handEditedValues_data()
+    {
+        QTest::addColumn<QByteArray>("line");
+        QTest::addColumn<bool>("boolValue");
+        QTest::addColumn<QString>("stringValue");
+        QTest::newRow("true") << QByteArray("value=true") << true << QStringLiteral("true");
+        QTest::newRow("zero") << QByteArray("value=0") << false << QStringLiteral("0");
+        QTest::newRow("list") << QByteArray("value=a, b") << false << QString();
+        QTest::newRow("garbage bytes") << QByteArray("value=@ByteArray(\\xff\\xfe)") << false
+                                       << QString::fromUtf8("\xef\xbf\xbd\xef\xbf\xbd");
+        QTest::newRow("empty") << QByteArray("value=") << false << QString();
+    }
+    void handEditedValues()
+    {
+        QFETCH(QByteArray, line);
+        QFETCH(bool, boolValue);
+        QFETCH(QString, stringValue);
+        QDir().mkpath(QFileInfo(FBUserDefaults::fileName()).path());
+        QFile file(FBUserDefaults::fileName());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("[General]\n" + line + "\n");
+        file.close();
+        QCOMPARE(FBUserDefaults::boolForKey("value"), boolValue);
+        QCOMPARE(FBUserDefaults::stringForKey("value"), stringValue);
+        FBUserDefaults::stringListForKey("value");
+        FBUserDefaults::dataForKey("value");
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFBUserDefaults)
+#include "tst_fbuserdefaults.moc"

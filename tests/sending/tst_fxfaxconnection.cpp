@@ -1,0 +1,360 @@
+#include "ProviderSimulator.h"
+#include "TestEnvironment.h"
+#include "foundation/FBLocalization.h"
+#include "foundation/FBUserDefaults.h"
+#include "foundation/FXFaxFileManager.h"
+#include "foundation/KeychainUtils.h"
+#include "journal/FXCoreDataController.h"
+#include "recipients/FXPhoneNumber.h"
+#include "sending/FXFaxConnection.h"
+#include "sending/FXFaxReportStore.h"
+
+#include <QCryptographicHash>
+#include <QFile>
+#include <QPdfDocument>
+#include <QTest>
+
+#include <functional>
+
+namespace {
+
+struct Progress
+{
+    int state;
+    QString title;
+    QString number;
+    QString reason;
+    QString reasonTitle;
+    Fax fax;
+};
+
+class Recorder : public FXFaxConnectionDelegate
+{
+public:
+    void changedProgress(double, int toState, const QString &title,
+                         const QString &forDestinationNumber, const QString &errorReason,
+                         const QString &errorReasonTitle, const Fax &forFax) override
+    {
+        events.append(
+            {toState, title, forDestinationNumber, errorReason, errorReasonTitle, forFax});
+        if (onProgress)
+            onProgress(events.last());
+    }
+    void sendingAllFaxCompleted(FXFaxConnection *) override { ++completed; }
+
+    QList<Progress> events;
+    int completed = 0;
+    std::function<void(const Progress &)> onProgress;
+};
+
+QByteArray letter()
+{
+    return TestEnvironment::readFile(TestEnvironment::sourceDir()
+                                     + QStringLiteral("/resources/demo/letter.pdf"));
+}
+
+constexpr int kJobTimeoutMs = 180000;
+
+QJsonArray requestsOf(const ProviderSimulator &simulator, const QString &method)
+{
+    QJsonArray result;
+    for (const QJsonValue &request : simulator.requests()) {
+        if (request[QLatin1String("method")].toString() == method)
+            result.append(request);
+    }
+    return result;
+}
+
+} // namespace
+
+class TestFXFaxConnection : public QObject
+{
+    Q_OBJECT
+
+    ProviderSimulator m_simulator{{QStringLiteral("--account"), QStringLiteral("demo:secret"),
+                                   QStringLiteral("--outcome"), QStringLiteral("486=486")}};
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY(TestEnvironment::isIsolated());
+        QVERIFY(m_simulator.isRunning());
+        m_simulator.exportEndpoints();
+        FXError keychainError;
+        QVERIFY(KeychainUtils::storeUsername(QStringLiteral("password"), QStringLiteral("secret"),
+                                             QStringLiteral("voxaria Fax"), QString(), true,
+                                             &keychainError));
+        FBUserDefaults::setObject(QStringLiteral("4921155500199"), kLocalUriKey);
+        FBUserDefaults::setObject(QStringLiteral("2000001f0@sip.voxaria.net"), kLocalSipUriKey);
+        FBUserDefaults::setObject(true, kSaveSendDocumentKey);
+        const QString reports = TestEnvironment::root() + QStringLiteral("/reports");
+        FBUserDefaults::setObject(reports.toUtf8(), kFaxReportSavePathDataKey);
+        FBLocalization::installCoreCatalog(QLocale(QLocale::English));
+        FXPhoneNumber::setRegion(QStringLiteral("DE"));
+        // Far apart enough that a tick's answer never overtakes the previous one.
+        FXFaxConnection::setTrafficIntervalMs(500);
+    }
+
+    void init()
+    {
+        QVERIFY(m_simulator.reset());
+        FBUserDefaults::setObject(QStringLiteral("demo"), kUsernameKey);
+    }
+
+    // Success, a busy line and a refused login in one job: each ends in its own way, the job
+    // goes on after the failures, and it ends once.
+    void threeReceivers()
+    {
+        FXFaxConnection job;
+        Recorder recorder;
+        job.setDelegate(&recorder);
+        // The provider stops taking the account's login once the busy receiver has failed.
+        recorder.onProgress = [](const Progress &progress) {
+            if (progress.state == -1 && progress.number.endsWith(QLatin1String("486")))
+                FBUserDefaults::setObject(QStringLiteral("somebody-else"), kUsernameKey);
+        };
+        job.startSendingFaxForPDFData(letter(), {QStringLiteral("+4930555000123"),
+                                                 QStringLiteral("+4930555000486"),
+                                                 QStringLiteral("+4930555000999")});
+        QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
+        QVERIFY(!job.isSending());
+
+        const QString queued = FXText("fax_trasmit_queued");
+        const QString sending = FXText("fax_trasmit_data");
+        const QList<Progress> expected{
+            {0, queued, "+4930555000123", "", "", {}},
+            {1, sending, "+4930555000123", "", "", {}},
+            {2, FXText("fax_succeeded"), "+4930555000123", "", "", {}},
+            {0, queued, "+4930555000486", "", "", {}},
+            {1, sending, "+4930555000486", "", "", {}},
+            {-1, FXText("fax_failed"), "+4930555000486", "486", "Error Code: 486", {}},
+            {-1, FXText("fax_failed"), "+4930555000999", "401", FXText("error_auth"), {}},
+        };
+        QCOMPARE(recorder.events.size(), expected.size());
+        for (qsizetype i = 0; i < expected.size(); ++i) {
+            const Progress &event = recorder.events.at(i);
+            const Progress &want = expected.at(i);
+            QCOMPARE(event.state, want.state);
+            QCOMPARE(event.title, want.title);
+            QCOMPARE(event.number, want.number);
+            QCOMPARE(event.reason, want.reason);
+            QCOMPARE(event.reasonTitle, want.reasonTitle);
+            QCOMPARE(event.fax.number(), want.number);
+        }
+        QVERIFY(FXText("error_auth") != QLatin1String("error_auth"));
+
+        // The journal: one fax and one closed attempt per receiver.
+        const QStringList reasons{"0", "486", "401"};
+        const QList<qsizetype> last{2, 5, 6};
+        for (int i = 0; i < 3; ++i) {
+            const Fax fax = recorder.events.at(last.at(i)).fax;
+            QCOMPARE(fax.line(), QStringLiteral("4921155500199"));
+            QCOMPARE(fax.pages(), 2);
+            const QList<Connection> connections = fax.connections();
+            QCOMPARE(connections.size(), 1);
+            const Connection connection = connections.first();
+            QCOMPARE(connection.reason(), reasons.at(i));
+            QCOMPARE(connection.pageRange(), QStringLiteral("1-2"));
+            QVERIFY(connection.finishDate().isValid());
+            QVERIFY(connection.beginDate() <= connection.finishDate());
+            // The refused login never got a session.
+            QCOMPARE(connection.sessionID().isEmpty(), i == 2);
+            QVERIFY2(QFile::exists(FXFaxReportStore::reportPathForFax(fax)),
+                     qPrintable(fax.file()));
+        }
+
+        // Every receiver was asked for exactly once: nothing is sent again on its own.
+        QCOMPARE(requestsOf(m_simulator, QStringLiteral("zentari.SessionInitiate")).size(), 3);
+        QCOMPARE(m_simulator.sessions().size(), 2);
+        QCOMPARE(recorder.completed, 1);
+    }
+
+    void receiverRecords_data()
+    {
+        QTest::addColumn<QString>("document");
+        QTest::addColumn<QVariant>("receiver");
+        QTest::addColumn<QString>("number");
+        QTest::addColumn<QString>("contact");
+        QTest::addColumn<int>("pages");
+        QTest::addColumn<QString>("pageRange");
+
+        QTest::newRow("one page, typed national number")
+            << "one.pdf" << QVariant(QStringLiteral("030555000123")) << "+4930555000123"
+            << "" << 1 << "1";
+        QTest::newRow("three pages, address book entry")
+            << "three-pages.pdf"
+            << QVariant(QVariantMap{{QStringLiteral("unifiedPhoneNumber"), "+4930555000124"},
+                                    {QStringLiteral("uniqueID"), 42}})
+            << "+4930555000124"
+            << "42" << 3 << "1-3";
+    }
+    void receiverRecords()
+    {
+        QFETCH(QString, document);
+        QFETCH(QVariant, receiver);
+        QFETCH(QString, number);
+        QFETCH(QString, contact);
+        QFETCH(int, pages);
+        QFETCH(QString, pageRange);
+
+        FXFaxConnection job;
+        Recorder recorder;
+        job.setDelegate(&recorder);
+        job.setCoverSubject(QStringLiteral("Invoice"));
+        job.setUseCoverSheet(true);
+        job.setDocumentType(1);
+        job.startSendingFaxForPDFData(TestEnvironment::readFile(TestEnvironment::dataDir()
+                                                                + QStringLiteral("/document/")
+                                                                + document),
+                                      {receiver});
+        QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
+        QCOMPARE(recorder.events.last().state, 2);
+
+        const Fax fax = recorder.events.last().fax;
+        QCOMPARE(fax.number(), number);
+        QCOMPARE(fax.contact(), contact);
+        QCOMPARE(fax.pages(), pages);
+        QCOMPARE(fax.subject(), QStringLiteral("Invoice"));
+        QVERIFY(fax.coverSheet());
+        QCOMPARE(fax.algorithm(), 1);
+        QVERIFY(fax.file().endsWith(QStringLiteral("-") + number + QStringLiteral(".pdf")));
+        QCOMPARE(fax.connections().size(), 1);
+        QCOMPARE(fax.connections().first().pageRange(), pageRange);
+        QCOMPARE(fax.connections().first().pages(), pages);
+
+        // The fax's own copy holds exactly the pages the provider received.
+        const QString copy = FXFaxFileManager::filePathForTemporarySendFaxFile(fax.file());
+        QPdfDocument pdf;
+        QCOMPARE(pdf.load(copy), QPdfDocument::Error::None);
+        QCOMPARE(pdf.pageCount(), pages);
+        const QJsonArray initiated =
+            requestsOf(m_simulator, QStringLiteral("zentari.SessionInitiate"));
+        QCOMPARE(initiated.size(), 1);
+        QCOMPARE(initiated.first()[QLatin1String("pdf_sha256")].toString(),
+                 QString::fromLatin1(QCryptographicHash::hash(TestEnvironment::readFile(copy),
+                                                              QCryptographicHash::Sha256)
+                                         .toHex()));
+    }
+
+    // Answers that come after a receiver's outcome was handled belong to nobody.
+    void lateAnswers_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("still sending") << "sending";
+        QTest::newRow("failed after all") << "failed";
+        QTest::newRow("service failure") << "error";
+        QTest::newRow("accepted again") << "accepted";
+    }
+    void lateAnswers()
+    {
+        QFETCH(QString, kind);
+        FXFaxConnection job;
+        Recorder recorder;
+        job.setDelegate(&recorder);
+        job.startSendingFaxForPDFData(
+            TestEnvironment::readFile(TestEnvironment::dataDir()
+                                      + QStringLiteral("/document/one.pdf")),
+            {QStringLiteral("+4930555000125")});
+        QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
+        const Fax fax = recorder.events.last().fax;
+        const Connection connection = fax.connections().first();
+        const QString sessionID = connection.sessionID();
+        const QDateTime finished = connection.finishDate();
+        const qsizetype events = recorder.events.size();
+        QVERIFY(m_simulator.reset());
+
+        if (kind == QLatin1String("sending")) {
+            job.didReceiveSessionStatus(
+                XmlRpcMap{{"SessionStatus", "sending"}, {"StatusCode", 200}}, sessionID);
+        } else if (kind == QLatin1String("failed")) {
+            job.didReceiveSessionStatus(XmlRpcMap{{"SessionStatus", "failed"}, {"StatusCode", 486}},
+                                        sessionID);
+        } else if (kind == QLatin1String("error")) {
+            job.didFailWithErrorCode(500);
+        } else {
+            job.didSendFaxFileSucceededWithSessionID(QStringLiteral("another-session"));
+        }
+        // Whatever the answer set off would show while the job serves its next receiver.
+        job.startSendingFaxForPDFData(
+            TestEnvironment::readFile(TestEnvironment::dataDir()
+                                      + QStringLiteral("/document/one.pdf")),
+            {QStringLiteral("+4930555000128")});
+        QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 2, kJobTimeoutMs);
+
+        QList<int> states;
+        for (const Progress &event : recorder.events.mid(events)) {
+            QCOMPARE(event.number, QStringLiteral("+4930555000128"));
+            states << event.state;
+        }
+        QCOMPARE(states, (QList<int>{0, 1, 2}));
+        QCOMPARE(connection.reason(), QStringLiteral("0"));
+        QCOMPARE(connection.sessionID(), sessionID);
+        QCOMPARE(connection.finishDate(), finished);
+        QCOMPARE(fax.connections().size(), 1);
+        QCOMPARE(requestsOf(m_simulator, QStringLiteral("zentari.SessionInitiate")).size(), 1);
+        for (const QJsonValue &request : m_simulator.requests()) {
+            const QString asked =
+                request[QLatin1String("params")][0][QLatin1String("SessionID")].toString();
+            QVERIFY(asked != sessionID);
+            QVERIFY(asked != QLatin1String("another-session"));
+        }
+    }
+
+    // With the status asked for far more often than the provider answers, several questions
+    // are in flight when the outcome arrives; their answers must not end the next receiver.
+    void answersInFlight()
+    {
+        FXFaxConnection::setTrafficIntervalMs(5);
+        FXFaxConnection job;
+        Recorder recorder;
+        job.setDelegate(&recorder);
+        job.startSendingFaxForPDFData(
+            TestEnvironment::readFile(TestEnvironment::dataDir()
+                                      + QStringLiteral("/document/one.pdf")),
+            {QStringLiteral("+4930555000126"), QStringLiteral("+4930555000127")});
+        QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
+        FXFaxConnection::setTrafficIntervalMs(500);
+
+        QList<int> finals;
+        for (const Progress &event : std::as_const(recorder.events)) {
+            if (event.state == 2 || event.state == -1)
+                finals << event.state;
+        }
+        QCOMPARE(finals, (QList<int>{2, 2}));
+        QCOMPARE(recorder.events.last().fax.connections().first().reason(), QStringLiteral("0"));
+    }
+
+    // A document without fax pages is not worth a session: the receiver fails at once.
+    void unreadableDocument()
+    {
+        FXFaxConnection job;
+        Recorder recorder;
+        job.setDelegate(&recorder);
+        job.startSendingFaxForPDFData(
+            "%PDF-1.4 but nothing more",
+            {QStringLiteral("+4930555000130"), QStringLiteral("+4930555000131")});
+        QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
+        QCOMPARE(recorder.events.size(), 2);
+        for (const Progress &event : std::as_const(recorder.events)) {
+            QCOMPARE(event.state, -1);
+            QCOMPARE(event.reason, QStringLiteral("-1"));
+            QCOMPARE(event.fax.pages(), 0);
+            QCOMPARE(event.fax.connections().first().reason(), QStringLiteral("-1"));
+        }
+        QVERIFY(m_simulator.requests().isEmpty());
+    }
+
+    void noReceivers()
+    {
+        FXFaxConnection job;
+        Recorder recorder;
+        job.setDelegate(&recorder);
+        job.startSendingFaxForPDFData(letter(), {});
+        QTRY_COMPARE(recorder.completed, 1);
+        QVERIFY(recorder.events.isEmpty());
+        QVERIFY(m_simulator.requests().isEmpty());
+    }
+};
+
+QTEST_MAIN(TestFXFaxConnection)
+#include "tst_fxfaxconnection.moc"

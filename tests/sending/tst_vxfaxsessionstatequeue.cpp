@@ -1,0 +1,217 @@
+#include "ProviderSimulator.h"
+#include "TestEnvironment.h"
+#include "foundation/FBUserDefaults.h"
+#include "foundation/KeychainUtils.h"
+#include "journal/Connection.h"
+#include "journal/FXCoreDataController.h"
+#include "journal/FXManagedObjectContext.h"
+#include "sending/FXFaxReport.h"
+#include "sending/VXFaxSessionStateQueue.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+class CountingReports : public FXFaxReportDelegate
+{
+public:
+    void renderPDFReport(const QString &, const Fax &forFax) override { faxes.append(forFax); }
+    QList<Fax> faxes;
+};
+
+} // namespace
+
+class TestVXFaxSessionStateQueue : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<ProviderSimulator> m_simulator;
+
+    void control(const QString &name, const QJsonObject &body)
+    {
+        QVERIFY(!m_simulator->control("POST", name, body).isNull());
+    }
+
+    QStringList polledSessionIDs()
+    {
+        QStringList ids;
+        for (const QJsonValue &request : m_simulator->requests()) {
+            const QJsonObject entry = request.toObject();
+            if (entry.value(QStringLiteral("method")).toString()
+                == QLatin1String("zentari.SessionStatusGet"))
+                ids.append(entry.value(QStringLiteral("params"))
+                               .toArray()
+                               .at(0)
+                               .toObject()
+                               .value(QStringLiteral("SessionID"))
+                               .toString());
+        }
+        return ids;
+    }
+
+    FXManagedObjectContext *context()
+    {
+        return FXCoreDataController::sharedInstance()->managedObjectContext();
+    }
+
+    // Open connections with the given session identifiers, the first one earliest.
+    QList<Connection> openConnections(const QStringList &sessionIDs, const QDateTime &start)
+    {
+        QList<Connection> made;
+        for (qsizetype i = 0; i < sessionIDs.size(); ++i) {
+            Fax fax = context()->insertNewFax();
+            fax.setNumber(QStringLiteral("+49301234567"));
+            fax.setDate(start);
+            Connection connection = context()->insertNewConnectionForFax(fax);
+            connection.setBeginDate(start.addSecs(i));
+            connection.setSessionID(sessionIDs.at(i));
+            made.append(connection);
+        }
+        FXCoreDataController::sharedInstance()->saveMainContext();
+        return made;
+    }
+
+    void clearJournal()
+    {
+        for (const Fax &fax : context()->fetchFaxes())
+            context()->deleteObject(fax);
+        FXCoreDataController::sharedInstance()->saveMainContext();
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY(TestEnvironment::isIsolated());
+        m_simulator = std::make_unique<ProviderSimulator>(
+            QStringList{QStringLiteral("--adopt-unknown-sessions"), QStringLiteral("--advance"),
+                        QStringLiteral("hold")});
+        QVERIFY(m_simulator->isRunning());
+        m_simulator->exportEndpoints();
+        FBUserDefaults::setObject(QStringLiteral("demo"), kUsernameKey);
+        FXError error;
+        QVERIFY(KeychainUtils::storeUsername(
+            QStringLiteral("password"), QStringLiteral("demo-password"),
+            QStringLiteral("voxaria Fax"), QString(), true, &error));
+        QVERIFY(context());
+    }
+
+    void cleanupTestCase() { m_simulator.reset(); }
+
+    void init()
+    {
+        clearJournal();
+        QVERIFY(m_simulator->reset());
+        control(QStringLiteral("status-options"), {{"omit_status_code", false}});
+    }
+
+    void noOpenConnectionMakesNoRequest()
+    {
+        Fax fax = context()->insertNewFax();
+        Connection closed = context()->insertNewConnectionForFax(fax);
+        closed.setSessionID(QStringLiteral("done"));
+        closed.setReason(QStringLiteral("0"));
+        FXCoreDataController::sharedInstance()->saveMainContext();
+
+        CountingReports reports;
+        VXFaxSessionStateQueue poller(&reports);
+        QSignalSpy finished(&poller, &VXFaxSessionStateQueue::passFinished);
+        QVERIFY(finished.wait(5000));
+        QVERIFY(polledSessionIDs().isEmpty());
+        QVERIFY(reports.faxes.isEmpty());
+    }
+
+    // A pass asks for the 500 earliest open connections and closes each with the code the
+    // provider answers; the 501st waits for a later pass.
+    void passClosesTheEarliestFiveHundred()
+    {
+        QStringList ids;
+        for (int i = 0; i < 501; ++i)
+            ids.append(QStringLiteral("session-%1").arg(i, 3, 10, QLatin1Char('0')));
+        // Inserted latest first, so that the order comes from beginDate alone.
+        QStringList reversed(ids.rbegin(), ids.rend());
+        const QList<Connection> made =
+            openConnections(reversed, QDateTime::currentDateTime().addDays(-1));
+
+        CountingReports reports;
+        VXFaxSessionStateQueue poller(&reports);
+        QSignalSpy finished(&poller, &VXFaxSessionStateQueue::passFinished);
+        QVERIFY(finished.wait(60000));
+
+        QStringList polled = polledSessionIDs();
+        QCOMPARE(polled.size(), 500);
+        polled.sort();
+        QStringList expected = reversed.mid(0, 500);
+        expected.sort();
+        QCOMPARE(polled, expected);
+        QCOMPARE(reports.faxes.size(), 500);
+
+        const QList<Connection> open = context()->fetchOpenConnections();
+        QCOMPARE(open.size(), 1);
+        QCOMPARE(open.first().sessionID(), reversed.last());
+        QCOMPARE(context()->fetchConnectionsWithSessionID(reversed.first()).first().reason(),
+                 QStringLiteral("200"));
+    }
+
+    // What an answer does to the records of its session.
+    void answers_data()
+    {
+        QTest::addColumn<bool>("withStatusCode");
+        QTest::addColumn<QString>("fault");
+        QTest::addColumn<QString>("reason");
+        QTest::addColumn<int>("reports");
+        QTest::newRow("with a code") << true << QString() << QStringLiteral("200") << 2;
+        QTest::newRow("without a code") << false << QString() << QString() << 2;
+        QTest::newRow("service failure") << true << QStringLiteral("http500") << QString() << 0;
+        QTest::newRow("fault") << true << QStringLiteral("fault:404") << QString() << 0;
+    }
+    void answers()
+    {
+        QFETCH(bool, withStatusCode);
+        QFETCH(QString, fault);
+        QFETCH(QString, reason);
+        QFETCH(int, reports);
+        control(QStringLiteral("status-options"), {{"omit_status_code", !withStatusCode}});
+        if (!fault.isEmpty())
+            QVERIFY(m_simulator->setFaults({{"zentari.SessionStatusGet", fault}}));
+
+        // Two records share one session: both are closed, and both faxes get a report.
+        openConnections({QStringLiteral("shared"), QStringLiteral("shared")},
+                        QDateTime::currentDateTime());
+        CountingReports counting;
+        VXFaxSessionStateQueue poller(&counting);
+        QSignalSpy finished(&poller, &VXFaxSessionStateQueue::passFinished);
+        QVERIFY(finished.wait(10000));
+
+        const QList<Connection> records =
+            context()->fetchConnectionsWithSessionID(QStringLiteral("shared"));
+        QCOMPARE(records.size(), 2);
+        for (const Connection &record : records)
+            QCOMPARE(record.reason(), reason);
+        // Each answer reports every record of its session: two answers, two records.
+        QCOMPARE(counting.faxes.size(), reports * 2);
+    }
+
+    // After the pass at creation, passes follow at the interval while records stay open.
+    void passesRepeat()
+    {
+        QVERIFY(m_simulator->setFaults({{"zentari.SessionStatusGet", "http500"}}));
+        openConnections({QStringLiteral("again")}, QDateTime::currentDateTime());
+        VXFaxSessionStateQueue::setIntervalMs(300);
+        CountingReports counting;
+        VXFaxSessionStateQueue poller(&counting);
+        QSignalSpy finished(&poller, &VXFaxSessionStateQueue::passFinished);
+        QTRY_VERIFY_WITH_TIMEOUT(finished.size() >= 3, 10000);
+        VXFaxSessionStateQueue::setIntervalMs(60 * 1000);
+        QVERIFY(polledSessionIDs().size() >= 3);
+        QVERIFY(context()->fetchConnectionsWithSessionID(QStringLiteral("again")).first().isOpen());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestVXFaxSessionStateQueue)
+#include "tst_vxfaxsessionstatequeue.moc"
