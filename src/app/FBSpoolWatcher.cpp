@@ -1,6 +1,7 @@
 #include "app/FBSpoolWatcher.h"
 
 #include "app/FBFaxDocumentTarget.h"
+#include "backend/FaxolinoSpool.h"
 #include "foundation/FXLogging.h"
 
 #include <QDir>
@@ -12,10 +13,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#ifndef FAXOLINO_SPOOL_ROOT
-#define FAXOLINO_SPOOL_ROOT "/var/spool/faxolino"
-#endif
-
 namespace {
 
 constexpr int defaultPollInterval = 5000;
@@ -24,8 +21,7 @@ constexpr int defaultPollInterval = 5000;
 
 QString FBSpoolWatcher::spoolRoot()
 {
-    const QString configured = qEnvironmentVariable("FAXOLINO_SPOOL_ROOT");
-    return configured.isEmpty() ? QStringLiteral(FAXOLINO_SPOOL_ROOT) : configured;
+    return QFile::decodeName(faxolinoSpoolRoot());
 }
 
 QString FBSpoolWatcher::userSpoolFolder(uint uid)

@@ -1,5 +1,6 @@
 #include "app/MVPDFServices.h"
 
+#include "backend/FaxolinoSpool.h"
 #include "foundation/FBLocalization.h"
 #include "foundation/FXLogging.h"
 
@@ -23,9 +24,6 @@
 #endif
 #ifndef FAXOLINO_BACKEND_PATH
 #define FAXOLINO_BACKEND_PATH "/usr/lib/cups/backend/faxolino"
-#endif
-#ifndef FAXOLINO_SPOOL_ROOT
-#define FAXOLINO_SPOOL_ROOT "/var/spool/faxolino"
 #endif
 
 namespace {
@@ -111,7 +109,7 @@ QString substitutePaths(QString text)
 {
     return text.replace(QLatin1String("@FAXOLINO_PPD_PATH@"), QLatin1String(FAXOLINO_PPD_PATH))
         .replace(QLatin1String("@FAXOLINO_BACKEND_PATH@"), QLatin1String(FAXOLINO_BACKEND_PATH))
-        .replace(QLatin1String("@FAXOLINO_SPOOL_ROOT@"), QLatin1String(FAXOLINO_SPOOL_ROOT));
+        .replace(QLatin1String("@FAXOLINO_SPOOL_ROOT@"), QLatin1String(kFaxolinoDefaultSpoolRoot));
 }
 
 } // namespace

@@ -7,6 +7,8 @@
 // job's data file and creating the user's spool folder. Everything else, above all writing the
 // document, happens as the user. Nothing from the job's title or options ever reaches a path.
 
+#include "backend/FaxolinoSpool.h"
+
 #include <cups/backend.h>
 #include <cups/cups.h>
 
@@ -24,14 +26,8 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-#ifndef FAXOLINO_SPOOL_ROOT
-#define FAXOLINO_SPOOL_ROOT "/var/spool/faxolino"
-#endif
-
 namespace {
 
-constexpr const char kDefaultSpoolRoot[] = FAXOLINO_SPOOL_ROOT;
-constexpr const char kSpoolRootVariable[] = "FAXOLINO_SPOOL_ROOT";
 // A fax of this size is already absurd; the cap keeps one user from filling /var.
 constexpr long long kMaximumDocumentSize = 256LL * 1024 * 1024;
 // PDF readers accept a header anywhere in the first kilobyte.
@@ -387,9 +383,7 @@ int main(int argc, char *argv[])
         return CUPS_BACKEND_FAILED;
     }
 
-    const char *configuredRoot = std::getenv(kSpoolRootVariable);
-    const std::string spoolRoot =
-        configuredRoot && *configuredRoot ? configuredRoot : kDefaultSpoolRoot;
+    const std::string spoolRoot = faxolinoSpoolRoot();
     FileDescriptor folder(openUserSpoolFolder(spoolRoot.c_str(), uid, gid, asRoot));
     if (!folder.valid())
         return CUPS_BACKEND_RETRY;

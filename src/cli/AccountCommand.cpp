@@ -1,10 +1,11 @@
 #include "cli/AccountCommand.h"
 
 #include "cli/CommandSupport.h"
+#include "foundation/FBAccountCredentials.h"
 #include "foundation/FBLocalization.h"
 #include "foundation/FBUserDefaults.h"
-#include "foundation/KeychainUtils.h"
 #include "provider/VXRestConnection.h"
+#include "sending/FXAccountCheck.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -51,52 +52,6 @@ QString digitsOf(const QString &text)
     return digits;
 }
 
-// Asks the provider for the balance and then for the own numbers, and keeps both answers.
-class AccountCheck : public QObject, public VXRestConnectionDelegate
-{
-public:
-    void start()
-    {
-        // Owned here: leaving early aborts whatever is still in flight.
-        auto *client = new VXRestConnection(this);
-        client->setDelegate(this);
-        client->balance();
-        client->ownUriList();
-    }
-
-    void didReceiveBalance(const XmlRpcValue &value) override
-    {
-        balance = value;
-        hasBalance = true;
-        finishWhenComplete();
-    }
-    void didReceiveOwnUriList(const XmlRpcValue &value) override
-    {
-        ownUriList = value;
-        hasOwnUriList = true;
-        finishWhenComplete();
-    }
-    void didFailWithErrorCode(qint64 code) override
-    {
-        if (errorCode == 0)
-            errorCode = code;
-        QCoreApplication::exit(0);
-    }
-
-    XmlRpcValue balance;
-    XmlRpcValue ownUriList;
-    bool hasBalance = false;
-    bool hasOwnUriList = false;
-    qint64 errorCode = 0;
-
-private:
-    void finishWhenComplete()
-    {
-        if (hasBalance && hasOwnUriList)
-            QCoreApplication::exit(0);
-    }
-};
-
 } // namespace
 
 int AccountCommand::run(int argc, char *argv[])
@@ -131,20 +86,14 @@ int AccountCommand::run(int argc, char *argv[])
         if (!password || password->isEmpty())
             return setupError(err, QStringLiteral("no password on standard input"));
         FXError error;
-        if (!KeychainUtils::storeUsername(
-                QLatin1String(CommandSupport::kKeychainAccountName), *password,
-                QLatin1String(CommandSupport::kKeychainServiceName), QString(), true, &error)) {
-            return setupError(err,
-                              QStringLiteral("the password could not be stored in the "
-                                             "credential store (%1)")
-                                  .arg(error.description.isEmpty() ? QString::number(error.code)
-                                                                   : error.description));
+        if (!FBAccountCredentials::storePassword(*password, &error)) {
+            return setupError(err, QStringLiteral("the password could not be stored in the "
+                                                  "credential store (%1)")
+                                       .arg(FBAccountCredentials::describeError(error)));
         }
         // Another account has other lines: its line is chosen anew.
-        if (FBUserDefaults::stringForKey(kUsernameKey) != user) {
-            FBUserDefaults::removeObjectForKey(kLocalUriKey);
-            FBUserDefaults::removeObjectForKey(kLocalSipUriKey);
-        }
+        if (FBUserDefaults::stringForKey(kUsernameKey) != user)
+            FXAccountCheck::forgetLine();
         FBUserDefaults::setObject(user, kUsernameKey);
         FBUserDefaults::synchronize();
     } else {
@@ -164,7 +113,8 @@ int AccountCommand::run(int argc, char *argv[])
         FBUserDefaults::synchronize();
     }
 
-    AccountCheck check;
+    FXAccountCheck check;
+    QObject::connect(&check, &FXAccountCheck::finished, [] { QCoreApplication::exit(0); });
     QTimer deadline;
     deadline.setSingleShot(true);
     bool timedOut = false;
@@ -187,35 +137,20 @@ int AccountCommand::run(int argc, char *argv[])
             << VXRestConnection::apiURL().toString() << '\n';
         return 1;
     }
-    if (check.errorCode == 401) {
+    if (check.errorCode() == 401) {
         err << "faxolino account: " << FXText("error_auth") << '\n';
         return 1;
     }
-    if (check.errorCode != 0) {
+    if (check.errorCode() != 0) {
         err << "faxolino account: " << FXText("error") << ": the provider answered with code "
-            << check.errorCode << '\n';
+            << check.errorCode() << '\n';
         return 1;
     }
 
     out << "Account: " << FBUserDefaults::stringForKey(kUsernameKey) << '\n';
-    const XmlRpcValue &current = check.balance["CurrentBalance"];
-    out << QString::asprintf("%s: %.02f %s", qPrintable(FXText("current_balance")),
-                             double(float(current["TotalIncludingVat"].toDouble())),
-                             qPrintable(current["Currency"].toString()))
-        << '\n';
+    out << FXAccountCheck::balanceText(check.balance()) << '\n';
 
-    XmlRpcList faxLines;
-    const XmlRpcList all = check.ownUriList["OwnUriList"].toList();
-    for (const XmlRpcValue &record : all) {
-        const XmlRpcList services = record["TOS"].toList();
-        const bool isFax = std::any_of(services.cbegin(), services.cend(),
-                                       [](const XmlRpcValue &service) {
-                                           return service.toString() == QLatin1String("fax");
-                                       })
-                           || record["TOS"].toString() == QLatin1String("fax");
-        if (isFax && !record["E164Out"].toString().isEmpty())
-            faxLines.append(record);
-    }
+    const XmlRpcList faxLines = FXAccountCheck::faxLines(check.ownUriList());
     if (faxLines.isEmpty()) {
         err << "faxolino account: " << FXText("error_no_faxuri") << '\n';
         return 2;
@@ -234,9 +169,7 @@ int AccountCommand::run(int argc, char *argv[])
                 << "; its fax lines are " << known.join(QStringLiteral(", ")) << '\n';
             return 2;
         }
-        FBUserDefaults::setObject((*chosen)["E164Out"].toString(), kLocalUriKey);
-        FBUserDefaults::setObject((*chosen)["SipUri"].toString(), kLocalSipUriKey);
-        FBUserDefaults::synchronize();
+        FXAccountCheck::chooseLine(*chosen);
     } else {
         // A line the account no longer has would be refused as the sender.
         const QString stored = FBUserDefaults::stringForKey(kLocalUriKey);
@@ -244,11 +177,8 @@ int AccountCommand::run(int argc, char *argv[])
             std::any_of(faxLines.cbegin(), faxLines.cend(), [&stored](const XmlRpcValue &record) {
                 return record["E164Out"].toString() == stored;
             });
-        if (!stored.isEmpty() && !known) {
-            FBUserDefaults::removeObjectForKey(kLocalUriKey);
-            FBUserDefaults::removeObjectForKey(kLocalSipUriKey);
-            FBUserDefaults::synchronize();
-        }
+        if (!stored.isEmpty() && !known)
+            FXAccountCheck::forgetLine();
     }
 
     const QString selected = FBUserDefaults::stringForKey(kLocalUriKey);

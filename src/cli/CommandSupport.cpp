@@ -1,8 +1,8 @@
 #include "cli/CommandSupport.h"
 
+#include "foundation/FBAccountCredentials.h"
 #include "foundation/FBLocalization.h"
 #include "foundation/FBUserDefaults.h"
-#include "foundation/KeychainUtils.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -65,13 +65,10 @@ QStringList CommandSupport::arguments(int argc, char *argv[])
 std::optional<QString> CommandSupport::storedPassword(QString *problem)
 {
     FXError error;
-    const std::optional<QString> password = KeychainUtils::getPasswordForUsername(
-        QLatin1String(kKeychainAccountName), QLatin1String(kKeychainServiceName), QString(),
-        &error);
+    const std::optional<QString> password = FBAccountCredentials::password(&error);
     if (error && problem) {
-        *problem =
-            QStringLiteral("the credential store could not be read (%1)")
-                .arg(error.description.isEmpty() ? QString::number(error.code) : error.description);
+        *problem = QStringLiteral("the credential store could not be read (%1)")
+                       .arg(FBAccountCredentials::describeError(error));
     }
     return password;
 }

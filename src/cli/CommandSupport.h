@@ -47,8 +47,4 @@ public:
     // One line from standard input without its line end; on a terminal the prompt goes to
     // standard error and the typed text is not echoed. Nothing when input ended before a line.
     static std::optional<QString> readSecretLine(const QString &prompt);
-
-    // The credential store entry of the one account.
-    static constexpr char kKeychainServiceName[] = "voxaria Fax";
-    static constexpr char kKeychainAccountName[] = "password";
 };

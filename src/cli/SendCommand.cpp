@@ -6,24 +6,18 @@
 #include "foundation/FBApplicationHelper.h"
 #include "foundation/FBUserDefaults.h"
 #include "recipients/FXPhoneNumber.h"
+#include "sending/FXCoverPage.h"
 #include "sending/FXFaxConnection.h"
 #include "sending/FXFaxReportStore.h"
 
-#include <QBuffer>
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QDate>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QLockFile>
-#include <QPageLayout>
-#include <QPainter>
 #include <QPdfDocument>
-#include <QPdfWriter>
-#include <QTemporaryDir>
-#include <QTextDocument>
 #include <QTextStream>
 #include <QTimer>
 
@@ -66,43 +60,6 @@ int setupError(QTextStream &err, const QString &message, bool showUsage = false)
         err << '\n' << usage;
     err.flush();
     return 2;
-}
-
-// A plain cover page: title, sender line, subject, date and page count, laid out by Qt's
-// rich-text engine on one A4 page.
-QByteArray coverSheetPDF(const QString &subject, int documentPages)
-{
-    const QString line = FBUserDefaults::stringForKey(kLocalUriKey);
-    const QString from = line.isEmpty() ? QString() : QStringLiteral("+") + line;
-    const QString html = QStringLiteral("<h1 style='font-size:28pt'>Fax</h1><table cellpadding='6'>"
-                                        "<tr><td><b>From</b></td><td>%1</td></tr>"
-                                        "<tr><td><b>Subject</b></td><td>%2</td></tr>"
-                                        "<tr><td><b>Date</b></td><td>%3</td></tr>"
-                                        "<tr><td><b>Pages</b></td><td>%4</td></tr></table>")
-                             .arg(from.toHtmlEscaped(), subject.toHtmlEscaped(),
-                                  QDate::currentDate().toString(QStringLiteral("dd.MM.yyyy")))
-                             .arg(documentPages + 1);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    {
-        QPdfWriter writer(&buffer);
-        writer.setPageLayout(QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait,
-                                         QMarginsF(20, 20, 20, 20), QPageLayout::Millimeter));
-        writer.setResolution(300);
-        writer.setCreator(QStringLiteral("Faxolino"));
-        QPainter painter(&writer);
-        QTextDocument document;
-        document.setDefaultFont(QFont(QStringLiteral("Sans Serif"), 14));
-        document.setHtml(html);
-        const QRect page = writer.pageLayout().paintRectPixels(writer.resolution());
-        // Lay the text out at 72 dpi and scale it up to the writer's resolution.
-        const double scale = writer.resolution() / 72.0;
-        document.setTextWidth(page.width() / scale);
-        painter.scale(scale, scale);
-        document.drawContents(&painter);
-    }
-    return bytes;
 }
 
 // Shows the progress of the job and ends the event loop with the exit code.
@@ -388,28 +345,12 @@ int SendCommand::run(int argc, char *argv[])
     const QString subject = parser.value(coverOption);
     const bool useCoverSheet = parser.isSet(coverOption);
     if (useCoverSheet) {
-        QTemporaryDir scratch;
-        const QString cover = scratch.filePath(QStringLiteral("cover.pdf"));
-        const QString source = scratch.filePath(QStringLiteral("document.pdf"));
-        const QString combined = scratch.filePath(QStringLiteral("combined.pdf"));
-        QFile coverFile(cover);
-        QFile sourceFile(source);
-        if (!scratch.isValid() || !coverFile.open(QIODevice::WriteOnly)
-            || coverFile.write(coverSheetPDF(subject, documentPages)) < 0
-            || !sourceFile.open(QIODevice::WriteOnly) || sourceFile.write(document) < 0) {
-            err << "faxolino send: the cover sheet could not be made\n";
+        QString coverProblem;
+        document = FXCoverPage::prependedTo(document, subject, documentPages, &coverProblem);
+        if (document.isEmpty()) {
+            err << "faxolino send: " << coverProblem << '\n';
             return 1;
         }
-        coverFile.close();
-        sourceFile.close();
-        FXPDFGenerator::combineCoverSheet(QUrl::fromLocalFile(cover), QUrl::fromLocalFile(source),
-                                          QUrl::fromLocalFile(combined), false);
-        QFile combinedFile(combined);
-        if (!combinedFile.open(QIODevice::ReadOnly)) {
-            err << "faxolino send: the cover sheet could not be put in front of the document\n";
-            return 1;
-        }
-        document = combinedFile.readAll();
     }
 
     FXFaxConnection job;

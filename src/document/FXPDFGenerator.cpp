@@ -1,7 +1,6 @@
 #include "document/FXPDFGenerator.h"
 
 #include "document/FXPageMove.h"
-#include "foundation/FBUserDefaults.h"
 #include "foundation/FXFaxFileManager.h"
 #include "foundation/FXLogging.h"
 
@@ -204,16 +203,10 @@ bool Assembly::write(const QString &filePath, QByteArray *data, bool forReport)
     return written;
 }
 
-// Like a file manager's check: a file can be deleted when its folder can be written.
-bool isDeletableFileAtPath(const QString &path)
-{
-    return QFileInfo(QFileInfo(path).absolutePath()).isWritable();
-}
-
 void removeDestination(const QString &path)
 {
     const QFileInfo info(path);
-    if (path.isEmpty() || !info.exists() || !isDeletableFileAtPath(path))
+    if (path.isEmpty() || !FXFaxFileManager::isDeletableFileAtPath(path))
         return;
     // Files only: a folder in the destination's place is reported, never deleted.
     QFile file(path);
@@ -242,20 +235,6 @@ void placeMergeFile(const QString &merge, const QString &destination)
     QString error;
     if (!moveItem(merge, destination, &error))
         qCWarning(lcDocument, "Error: %s", qUtf8Printable(error));
-}
-
-enum class ReportFolder { NotStored, Unusable, Usable };
-
-// The report folder is kept as its path in UTF-8. A value that names no existing folder is
-// treated as the other platforms treat a bookmark that no longer resolves.
-ReportFolder reportFolder()
-{
-    if (!FBUserDefaults::hasKey(kFaxReportSavePathDataKey))
-        return ReportFolder::NotStored;
-    const QString folder = QString::fromUtf8(FBUserDefaults::dataForKey(kFaxReportSavePathDataKey));
-    const QFileInfo info(folder);
-    return !folder.isEmpty() && info.isAbsolute() && info.isDir() ? ReportFolder::Usable
-                                                                  : ReportFolder::Unusable;
 }
 
 // Every operation starts without a merge file, so that a leftover from an earlier failed
@@ -302,15 +281,15 @@ void FXPDFGenerator::combinePDFURLs(const QList<QUrl> &pdfURLs, const QUrl &writ
     }
 
     const QString destination = localPath(writeToURL);
-    switch (reportFolder()) {
-    case ReportFolder::NotStored:
+    switch (FXFaxFileManager::storedReportFolder()) {
+    case FXFaxFileManager::ReportFolder::NotStored:
         placeMergeFile(merge, destination);
         break;
-    case ReportFolder::Unusable:
+    case FXFaxFileManager::ReportFolder::Unresolvable:
         qCDebug(lcDocument, "Report folder unusable; the joined document stays in %s",
                 qUtf8Printable(merge));
         break;
-    case ReportFolder::Usable: {
+    case FXFaxFileManager::ReportFolder::Resolved: {
         removeDestination(destination);
         QString error;
         if (!moveItem(merge, destination, &error))

@@ -78,16 +78,14 @@ bool createFolder(const QString &path)
 // The report folder chosen in the preferences, or the empty string when it cannot be used.
 QString chosenReportFolder()
 {
-    const QByteArray stored = FBUserDefaults::dataForKey(kFaxReportSavePathDataKey);
-    if (stored.isEmpty())
+    QString folder;
+    const FXFaxFileManager::ReportFolder stored = FXFaxFileManager::storedReportFolder(&folder);
+    if (stored == FXFaxFileManager::ReportFolder::NotStored)
         return QString();
     qCInfo(lcJournal) << "bookmarkData";
-    // The value is a folder path in UTF-8; anything else cannot be resolved.
-    const QString path = QString::fromUtf8(stored);
-    if (path.toUtf8() != stored || path.contains(QChar(0)) || !QDir::isAbsolutePath(path))
+    if (stored == FXFaxFileManager::ReportFolder::Unresolvable)
         return QString();
     qCInfo(lcJournal) << "bookmarkFileURL";
-    const QString folder = QDir::cleanPath(path);
     const QFileInfo info(folder);
     if (info.isDir())
         return folder;
@@ -209,6 +207,20 @@ QString FXFaxFileManager::temporarySendFaxFileNameForDate(const QDateTime &date,
 {
     return QStringLiteral("%1-%2.pdf")
         .arg(date.toString(QStringLiteral("yyyy-MM-dd_HH-mm-ss")), number);
+}
+
+FXFaxFileManager::ReportFolder FXFaxFileManager::storedReportFolder(QString *folder)
+{
+    if (!FBUserDefaults::hasKey(kFaxReportSavePathDataKey))
+        return ReportFolder::NotStored;
+    const QByteArray stored = FBUserDefaults::dataForKey(kFaxReportSavePathDataKey);
+    const QString path = QString::fromUtf8(stored);
+    if (stored.isEmpty() || path.toUtf8() != stored || path.contains(QChar(0))
+        || !QDir::isAbsolutePath(path))
+        return ReportFolder::Unresolvable;
+    if (folder)
+        *folder = QDir::cleanPath(path);
+    return ReportFolder::Resolved;
 }
 
 QString FXFaxFileManager::filePathForSendFaxFile(const QString &name)

@@ -54,8 +54,16 @@ public:
     // example "2024-03-01_14-05-09-+49301234567.pdf".
     static QString temporarySendFaxFileNameForDate(const QDateTime &date, const QString &number);
 
-    // A file in the user's report folder: the folder stored in "faxReportSavePathData" (its
-    // path as UTF-8 bytes), created again when it was removed. Without a usable value (none,
+    // What "faxReportSavePathData" holds. The folder is kept as its path in UTF-8 bytes; a
+    // value that is not an absolute path in valid UTF-8 (an empty one too) cannot be
+    // resolved, the way a stale bookmark cannot. A folder deleted since still resolves: the
+    // report path below creates it again.
+    enum class ReportFolder { NotStored, Unresolvable, Resolved };
+    // For Resolved, `folder` receives the folder's clean path; it may no longer exist.
+    static ReportFolder storedReportFolder(QString *folder = nullptr);
+
+    // A file in the user's report folder: the folder stored in "faxReportSavePathData",
+    // created again when it was removed. Without a usable value (none,
     // not an absolute path, a file in the folder's place, a folder that cannot be created)
     // the folder "Documents" in the application support folder serves instead. Logs
     // "bookmarkData", "bookmarkFileURL" and "createDirectoryAtURL returned error: %1" along

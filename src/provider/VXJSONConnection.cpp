@@ -1,8 +1,8 @@
 #include "provider/VXJSONConnection.h"
 
+#include "foundation/FBAccountCredentials.h"
 #include "foundation/FBUserDefaults.h"
 #include "foundation/FXLogging.h"
-#include "foundation/KeychainUtils.h"
 #include "provider/VXProvider.h"
 
 #include <QJsonDocument>
@@ -16,7 +16,7 @@ constexpr qsizetype kMaximumLoggedBodyBytes = 16 * 1024;
 } // namespace
 
 VXJSONConnection::VXJSONConnection(QObject *parent)
-    : QObject(parent)
+    : VXClient(parent)
 {}
 
 VXJSONConnection::~VXJSONConnection() = default;
@@ -29,10 +29,7 @@ QUrl VXJSONConnection::apiURL()
 QJsonObject VXJSONConnection::authorizationValues()
 {
     FXError ignored;
-    const QString password = KeychainUtils::getPasswordForUsername(
-                                 QLatin1String(kVXKeychainAccountName),
-                                 QLatin1String(kVXKeychainServiceName), QString(), &ignored)
-                                 .value_or(QString());
+    const QString password = FBAccountCredentials::password(&ignored).value_or(QString());
     return QJsonObject{{QStringLiteral("username"), FBUserDefaults::stringForKey(kUsernameKey)},
                        {QStringLiteral("password"), password}};
 }
@@ -52,16 +49,8 @@ void VXJSONConnection::login()
 {
     QByteArray body;
     const QNetworkRequest tokenRequest = request(&body);
-    ++m_requestsInFlight;
-    auto *transfer = new VXTransfer(this);
-    transfer->start(tokenRequest, body, [this](const VXTransfer::Result &result) {
-        const QPointer<VXJSONConnection> alive(this);
-        complete(result);
-        if (!alive)
-            return;
-        if (--m_requestsInFlight == 0 && !parent())
-            deleteLater();
-    });
+    startTransfer(tokenRequest, body,
+                  [this](const VXTransfer::Result &result) { complete(result); });
 }
 
 void VXJSONConnection::complete(const VXTransfer::Result &result)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "provider/VXClient.h"
 #include "provider/VXJSONConnectionDelegate.h"
 #include "provider/VXTransfer.h"
 
@@ -9,10 +10,9 @@
 #include <QObject>
 #include <QUrl>
 
-// Obtains a login token from the provider's REST API. The same transport rules and the same
-// ownership as VXRestConnection apply: without a parent it deletes itself once its last
-// completion has run; deleting it cancels its request without a callback.
-class VXJSONConnection : public QObject
+// Obtains a login token from the provider's REST API. The same transport rules apply as for
+// VXRestConnection, and the same ownership (VXClient).
+class VXJSONConnection : public VXClient
 {
     Q_OBJECT
 
@@ -39,5 +39,4 @@ private:
     void complete(const VXTransfer::Result &result);
 
     VXJSONConnectionDelegate *m_delegate = nullptr;
-    int m_requestsInFlight = 0;
 };

@@ -11,8 +11,3 @@ inline constexpr char kVXApiURLVariable[] = "FAXOLINO_API_URL";
 inline constexpr char kVXTokenURLVariable[] = "FAXOLINO_TOKEN_URL";
 // A PEM file of further certificate authorities to trust.
 inline constexpr char kVXCAFileVariable[] = "FAXOLINO_CA_FILE";
-
-// There is one account, so its password is kept under a fixed account name rather than the
-// user's name.
-inline constexpr char kVXKeychainServiceName[] = "voxaria Fax";
-inline constexpr char kVXKeychainAccountName[] = "password";

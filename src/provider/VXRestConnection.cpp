@@ -1,8 +1,8 @@
 #include "provider/VXRestConnection.h"
 
+#include "foundation/FBAccountCredentials.h"
 #include "foundation/FBUserDefaults.h"
 #include "foundation/FXLogging.h"
-#include "foundation/KeychainUtils.h"
 #include "provider/VXProvider.h"
 #include "provider/VXTransfer.h"
 #include "provider/xmlrpc/WPXMLRPCDecoder.h"
@@ -38,7 +38,7 @@ QString bodyText(const QByteArray &body)
 } // namespace
 
 VXRestConnection::VXRestConnection(QObject *parent)
-    : QObject(parent)
+    : VXClient(parent)
 {}
 
 VXRestConnection::~VXRestConnection() = default;
@@ -52,10 +52,7 @@ QByteArray VXRestConnection::authorizationValue()
 {
     const QString username = FBUserDefaults::stringForKey(kUsernameKey);
     FXError ignored;
-    const QString password = KeychainUtils::getPasswordForUsername(
-                                 QLatin1String(kVXKeychainAccountName),
-                                 QLatin1String(kVXKeychainServiceName), QString(), &ignored)
-                                 .value_or(QString());
+    const QString password = FBAccountCredentials::password(&ignored).value_or(QString());
     return "Basic " + QStringLiteral("%1:%2").arg(username, password).toUtf8().toBase64();
 }
 
@@ -135,15 +132,8 @@ void VXRestConnection::start(Call call, const WPXMLRPCEncoder &encoder, const QS
 {
     QByteArray body;
     const QNetworkRequest request = requestWithXMLRPCEncoder(encoder, &body);
-    ++m_requestsInFlight;
-    auto *transfer = new VXTransfer(this);
-    transfer->start(request, body, [this, call, sessionID](const VXTransfer::Result &result) {
-        const QPointer<VXRestConnection> alive(this);
+    startTransfer(request, body, [this, call, sessionID](const VXTransfer::Result &result) {
         complete(call, sessionID, result);
-        if (!alive)
-            return;
-        if (--m_requestsInFlight == 0 && !parent())
-            deleteLater();
     });
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "provider/VXClient.h"
 #include "provider/VXRestConnectionDelegate.h"
 #include "provider/VXTransfer.h"
 
@@ -19,13 +20,11 @@ class WPXMLRPCEncoder;
 // deadline and a bounded answer size (see VXTransfer). A request that never got a complete
 // answer reports nothing.
 //
-// Ownership: create it with new. Without a QObject parent it deletes itself once the
-// completion of its last request in flight has run (so fire-and-forget use is safe); with a
-// parent, the parent owns it. Deleting it aborts its requests without any callback.
+// Ownership as for every VXClient: without a parent it deletes itself after its last answer.
 //
 // Credentials are read afresh for every call ("username" from the settings, the password
 // from the credential store).
-class VXRestConnection : public QObject
+class VXRestConnection : public VXClient
 {
     Q_OBJECT
 
@@ -66,5 +65,4 @@ private:
     void fail(qint64 code);
 
     VXRestConnectionDelegate *m_delegate = nullptr;
-    int m_requestsInFlight = 0;
 };

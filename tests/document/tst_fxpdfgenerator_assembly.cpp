@@ -248,8 +248,10 @@ private Q_SLOTS:
         QVERIFY(qAbs(after[2] - scale * before[2]) < 0.01);
     }
 
-    // A join replaces its destination only when no report folder is stored or the stored one
-    // exists; otherwise the destination stays as it was and the result waits in the merge file.
+    // A join replaces its destination unless a report folder is stored that cannot be resolved
+    // (FXFaxFileManager decides, for the reports as well): then the destination stays as it
+    // was and the result waits in the merge file. A folder deleted meanwhile still resolves;
+    // the file manager creates it again for the next report.
     void reportFolder_data()
     {
         QTest::addColumn<bool>("stored");
@@ -259,10 +261,10 @@ private Q_SLOTS:
         QTest::newRow("none stored") << false << "" << true << true;
         QTest::newRow("usable") << true << "WORK" << true << true;
         QTest::newRow("usable, page append") << true << "WORK" << false << true;
-        QTest::newRow("deleted meanwhile") << true << "WORK/gone" << true << false;
-        QTest::newRow("deleted meanwhile, page append") << true << "WORK/gone" << false << false;
-        QTest::newRow("a file, not a folder") << true << "WORK/one.pdf" << true << false;
-        QTest::newRow("relative path") << true << "reports" << false << false;
+        QTest::newRow("deleted meanwhile") << true << "WORK/gone" << true << true;
+        QTest::newRow("deleted meanwhile, page append") << true << "WORK/gone" << false << true;
+        QTest::newRow("relative path") << true << "reports" << true << false;
+        QTest::newRow("relative path, page append") << true << "reports" << false << false;
         QTest::newRow("empty value") << true << "" << true << false;
     }
     void reportFolder()
