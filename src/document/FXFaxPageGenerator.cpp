@@ -49,25 +49,6 @@ inline int overWhite(int c, int alpha)
     return (c * alpha + 255 * (255 - alpha) + 127) / 255;
 }
 
-inline void compositeOverWhite(const uchar *in, uchar *out)
-{
-    const int alpha = in[3];
-    if (alpha == 255) {
-        const uchar blue = in[0];
-        out[0] = in[2];
-        out[1] = in[1];
-        out[2] = blue;
-    } else if (alpha == 0) {
-        out[0] = out[1] = out[2] = 255;
-    } else {
-        const uchar blue = uchar(overWhite(in[0], alpha));
-        out[0] = uchar(overWhite(in[2], alpha));
-        out[1] = uchar(overWhite(in[1], alpha));
-        out[2] = blue;
-    }
-    out[3] = 255;
-}
-
 // Whether the brightest channel c of a pixel over white exceeds the level L, for one row of
 // pixels, as 0 or 1 per pixel. Compositing over white is monotonic in the channel, so the
 // brightest channel stays the brightest, and (c a + 255 (255 - a) + 127) / 255 > L reduces to
@@ -301,56 +282,6 @@ QImage FXFaxPageGenerator::renderScaledPage(QPdfDocument &document, int page)
     QPdfDocumentRenderOptions options;
     options.setRenderFlags(QPdfDocumentRenderOptions::RenderFlag::Annotations);
     return document.render(page - 1, QSize(scaledWidth, scaledHeight), options);
-}
-
-FXRaster FXFaxPageGenerator::placeOnCanvas(QImage page)
-{
-    if (page.isNull() || page.width() > canvasWidth || page.height() > canvasHeight)
-        return FXRaster();
-    if (page.format() != QImage::Format_ARGB32)
-        page.convertTo(QImage::Format_ARGB32);
-
-    if (page.width() == canvasWidth && page.height() == canvasHeight) {
-        // The page covers the canvas: composite in place, reusing the rendered page's bytes.
-        uchar *bytes = page.bits();
-        if (!bytes) {
-            std::fputs(memoryNotAllocated, stderr);
-            return FXRaster();
-        }
-        const qsizetype count = page.sizeInBytes();
-        for (qsizetype i = 0; i < count; i += 4)
-            compositeOverWhite(bytes + i, bytes + i);
-        page.reinterpretAsFormat(QImage::Format_RGBA8888);
-        return FXRaster::fromImage(page);
-    }
-
-    FXRaster canvas(canvasWidth, canvasHeight, FXRaster::Rgba);
-    if (canvas.isNull()) {
-        std::fputs(memoryNotAllocated, stderr);
-        return FXRaster();
-    }
-    std::memset(canvas.bytes(), 255, size_t(canvas.byteCount()));
-    const QRect area = placement(page);
-    for (int y = 0; y < page.height(); ++y) {
-        const uchar *in = page.constScanLine(y);
-        uchar *out = canvas.row(area.top() + y) + qsizetype(area.left()) * 4;
-        for (int x = 0; x < page.width(); ++x)
-            compositeOverWhite(in + x * 4, out + x * 4);
-    }
-    return canvas;
-}
-
-FXRaster FXFaxPageGenerator::renderPageImage(QPdfDocument &document, int page)
-{
-    return placeOnCanvas(renderScaledPage(document, page));
-}
-
-FXRaster FXFaxPageGenerator::convertPage(FXRaster canvas, int useType, int threshold)
-{
-    if (useType != Text)
-        return GraphicsAdditions::errorDiffusionRepresentation(std::move(canvas));
-    return GraphicsAdditions::monochromeImageRepWithThreshold(
-        std::move(canvas), thresholdForLevel(threshold), Qt::black, Qt::white);
 }
 
 FXRaster FXFaxPageGenerator::convertScaledPage(const QImage &scaledPage, int useType, int threshold)

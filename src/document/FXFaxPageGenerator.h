@@ -81,22 +81,13 @@ public:
     // "03/12": page number and page count, at least two digits each.
     static QString pageLabel(int page, int pageCount);
 
-    // Page `page` (counted from 1) drawn as a viewer shows its crop box, scaled to touch the
-    // canvas on one axis and centred on opaque white: an RGBA raster of the canvas size, or
-    // null when the page cannot be rendered.
-    static FXRaster renderPageImage(QPdfDocument &document, int page);
-    // The page converted for sending: text (useType 0) by the threshold of the level, anything
-    // else by error diffusion. RGBA for text, 8-bit grey for mixed.
-    static FXRaster convertPage(FXRaster canvas, int useType, int threshold);
-
-    // The two halves of renderPageImage: the page rendered at its scaled size (holding Qt
-    // Pdf's lock), and that image composited onto the white canvas (free of it).
+    // The page rendered at its scaled size (holding Qt Pdf's lock): drawn as a viewer shows
+    // its crop box, scaled to touch the canvas on one axis. Null when it cannot be rendered.
     static QImage renderScaledPage(QPdfDocument &document, int page);
-    static FXRaster placeOnCanvas(QImage scaledPage);
 
-    // What is written for a page rendered at its scaled size, in one pass instead of a canvas
-    // and three conversions: for text, binaryRepresentation of convertPage; otherwise the
-    // diffused grey raster of convertPage.
+    // What is written for a page rendered at its scaled size, centred on the white canvas and
+    // converted in one pass: for text (useType 0) the 1-bit raster of the level's brightness
+    // threshold; otherwise the error-diffused 8-bit grey raster.
     static FXRaster convertScaledPage(const QImage &scaledPage, int useType, int threshold);
 
 private:

@@ -2,27 +2,10 @@
 
 #include "foundation/FXLogging.h"
 
-#include <QRgba64>
-
 #include <algorithm>
 #include <cmath>
 
 namespace {
-
-struct Rgb
-{
-    uchar red, green, blue;
-};
-
-// Colour components as bytes, truncated toward zero as the components (0.0 to 1.0) times
-// 255 would be. Worked out on QColor's 16-bit components in integers, so that an 8-bit colour
-// comes back unchanged instead of a floating-point hair below it.
-Rgb bytesOfColour(const QColor &colour)
-{
-    const QRgba64 rgb = colour.toRgb().rgba64();
-    const auto toByte = [](quint16 component) { return uchar(quint32(component) * 255 / 65535); };
-    return {toByte(rgb.red()), toByte(rgb.green()), toByte(rgb.blue())};
-}
 
 inline uchar clampToByte(int value)
 {
@@ -38,36 +21,6 @@ int GraphicsAdditions::levelForThreshold(float threshold)
     threshold = std::clamp(threshold, 0.0f, 1.0f);
     // Widened before the product: 0.70f is 0.699999988..., whose level is 178, not 179.
     return int(std::rint(double(threshold) * 255.0));
-}
-
-FXRaster GraphicsAdditions::monochromeImageRepWithThreshold(FXRaster rep, float threshold,
-                                                            const QColor &offColour,
-                                                            const QColor &onColour)
-{
-    if (rep.isNull())
-        return rep;
-    const Rgb off = bytesOfColour(offColour);
-    const Rgb on = bytesOfColour(onColour);
-    const int level = levelForThreshold(threshold);
-    const qsizetype stride = rep.samplesPerPixel();
-    const qsizetype runLength = rep.usedBytesPerRow();
-    const bool packed = runLength == rep.bytesPerRow();
-    const int runs = packed ? 1 : rep.height();
-    const qsizetype n = packed ? runLength * rep.height() : runLength;
-
-    uchar *bytes = rep.bytes();
-    for (int r = 0; r < runs; ++r) {
-        uchar *run = bytes + r * rep.bytesPerRow();
-        for (qsizetype i = 2; i < n; i += stride) {
-            uchar *pixel = run + i - 2;
-            const int brightness = std::max({pixel[0], pixel[1], pixel[2]});
-            const Rgb &colour = brightness > level ? on : off;
-            pixel[0] = colour.red;
-            pixel[1] = colour.green;
-            pixel[2] = colour.blue;
-        }
-    }
-    return rep;
 }
 
 FXRaster GraphicsAdditions::grayRepresentation(FXRaster rep)

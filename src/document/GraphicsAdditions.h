@@ -2,22 +2,11 @@
 
 #include "document/FXRaster.h"
 
-#include <QColor>
-
 // The two-level conversions of a fax page, and the grey and 1-bit forms under them.
 // None of them changes its argument: pass an rvalue to let the result reuse its bytes.
 class GraphicsAdditions
 {
 public:
-    // Each pixel becomes the on colour when its brightest channel is strictly above
-    // L = rint(t * 255), t clamped to [0, 1], and the off colour otherwise. The raster keeps
-    // its layout; alpha is left as it is. Rows are worked through as runs of samples, so a
-    // raster that is not RGBA is processed byte by byte all the same (a sliding window of three
-    // samples), as the conversion has always behaved.
-    static FXRaster monochromeImageRepWithThreshold(FXRaster rep, float threshold,
-                                                    const QColor &offColour,
-                                                    const QColor &onColour);
-
     // 8-bit grey, 255 white. Colour becomes ITU-R BT.601 luma,
     // 0.299 R + 0.587 G + 0.114 B rounded to the nearest integer; alpha is ignored, the
     // rendered pages being opaque. A grey raster comes back as it is. Null (with a logged
@@ -34,6 +23,7 @@ public:
     // padding, or the first pixel of the next row when rows are packed.
     static FXRaster errorDiffusionRepresentation(FXRaster rep);
 
-    // The byte level L of a threshold, as monochromeImageRepWithThreshold compares it.
+    // The byte level L of a threshold t: rint(t * 255), t clamped to [0, 1]. A pixel is white
+    // when its brightest channel is strictly above it.
     static int levelForThreshold(float threshold);
 };

@@ -1,4 +1,5 @@
 #include "LogCapture.h"
+#include "ReferencePixelPipeline.h"
 #include "TestEnvironment.h"
 #include "document/FXFaxPageGenerator.h"
 #include "document/GraphicsAdditions.h"
@@ -37,7 +38,8 @@ FXRaster firstPage(const QString &name, int type, int level, bool onePass)
     const QImage scaled = FXFaxPageGenerator::renderScaledPage(document, 1);
     if (onePass)
         return FXFaxPageGenerator::convertScaledPage(scaled, type, level);
-    return FXFaxPageGenerator::convertPage(FXFaxPageGenerator::placeOnCanvas(scaled), type, level);
+    return ReferencePixelPipeline::convertPage(ReferencePixelPipeline::placeOnCanvas(scaled), type,
+                                               level);
 }
 
 // Whether two rasters hold the same pixels, given as 1-bit or grey.
@@ -119,7 +121,7 @@ private Q_SLOTS:
         QFETCH(QRect, page);
         QPdfDocument document;
         QCOMPARE(document.load(fixture(name)), QPdfDocument::Error::None);
-        const FXRaster canvas = FXFaxPageGenerator::renderPageImage(document, 1);
+        const FXRaster canvas = ReferencePixelPipeline::renderPageImage(document, 1);
         QCOMPARE(canvas.layout(), FXRaster::Rgba);
         QCOMPARE(QSize(canvas.width(), canvas.height()), QSize(2380, 3368));
         // Opaque everywhere; black on the page, white in the bands.

@@ -1,4 +1,5 @@
 #include "LogCapture.h"
+#include "ReferencePixelPipeline.h"
 #include "document/GraphicsAdditions.h"
 
 #include <QRandomGenerator>
@@ -110,7 +111,7 @@ private Q_SLOTS:
         const QColor offColour(10, 20, 30);
         const QColor onColour(200, 100, 50);
         const FXRaster source = rgbaPixel(pixel.red(), pixel.green(), pixel.blue(), 77);
-        const FXRaster result = GraphicsAdditions::monochromeImageRepWithThreshold(
+        const FXRaster result = ReferencePixelPipeline::monochromeImageRepWithThreshold(
             source, threshold, offColour, onColour);
         const QColor expected = on ? onColour : offColour;
         const uchar *p = result.bytes();
