@@ -1,0 +1,3 @@
+#include "foundation/FBLowLevel.h"
+
+#include <QWidget>
