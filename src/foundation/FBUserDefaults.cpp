@@ -20,18 +20,6 @@ QSettings openStore()
                      QStringLiteral("Faxolino"));
 }
 
-// The keys whose every write or removal is flushed to disk at once.
-bool syncsImmediately(const char *key)
-{
-    static const char *const keys[] = {kLocalUriKey, kLocalSipUriKey, kFaxReportSavePathKey,
-                                       kShowExtendedToolbarKey, kSaveSendDocumentKey};
-    for (const char *k : keys) {
-        if (qstrcmp(k, key) == 0)
-            return true;
-    }
-    return false;
-}
-
 } // namespace
 
 bool FBUserDefaults::hasKey(const char *key)
@@ -105,16 +93,14 @@ void FBUserDefaults::setObject(const QVariant &value, const char *key)
 {
     QSettings store = openStore();
     store.setValue(QLatin1String(key), value);
-    if (syncsImmediately(key))
-        store.sync();
+    store.sync();
 }
 
 void FBUserDefaults::removeObjectForKey(const char *key)
 {
     QSettings store = openStore();
     store.remove(QLatin1String(key));
-    if (syncsImmediately(key))
-        store.sync();
+    store.sync();
 }
 
 void FBUserDefaults::synchronize()

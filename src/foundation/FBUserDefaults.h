@@ -34,6 +34,10 @@ public:
     static bool boolForKey(const char *key);
     static QStringList stringListForKey(const char *key);
 
+    // Every write and removal reaches the settings file before the call returns, so the keys
+    // that must be synchronised at once ("localUri", "localSipUri", "faxReportSavePath",
+    // "showExtendedToolbar", "saveSendDocument") are, and another process (the command line
+    // beside the application) reads the current value.
     static void setObject(const QVariant &value, const char *key);
     static void removeObjectForKey(const char *key);
     static void synchronize();

@@ -258,32 +258,57 @@ private Q_SLOTS:
                            firstPage(name, type, level, false)));
     }
 
-    // Levels outside the table behave as level 3, and mixed pages ignore the level: the
-    // written files are the same byte for byte.
+    // The brightness fraction of each level, and the byte a pixel's brightest channel must
+    // exceed to stay white.
+    void thresholdLevels_data()
+    {
+        QTest::addColumn<int>("level");
+        QTest::addColumn<float>("fraction");
+        QTest::addColumn<int>("byte");
+        QTest::newRow("0, lightest") << 0 << 0.34f << 87;
+        QTest::newRow("1") << 1 << 0.55f << 140;
+        QTest::newRow("2, the default") << 2 << 0.70f << 178;
+        QTest::newRow("3") << 3 << 0.84f << 214;
+        QTest::newRow("4, darkest") << 4 << 0.99f << 252;
+        QTest::newRow("outside the table") << 5 << 0.84f << 214;
+    }
+    void thresholdLevels()
+    {
+        QFETCH(int, level);
+        QFETCH(float, fraction);
+        QFETCH(int, byte);
+        QCOMPARE(FXFaxPageGenerator::thresholdForLevel(level), fraction);
+        QCOMPARE(GraphicsAdditions::levelForThreshold(fraction), byte);
+    }
+
+    // Levels outside the table behave as level 3, and every type but text is mixed and
+    // ignores the level: the written files are the same byte for byte.
     void levelsThatGiveTheSameDocument_data()
     {
         QTest::addColumn<int>("type");
         QTest::addColumn<int>("level");
+        QTest::addColumn<int>("sameAsType");
         QTest::addColumn<int>("sameAsLevel");
-        QTest::newRow("5 is 3") << 0 << 5 << 3;
-        QTest::newRow("-1 is 3") << 0 << -1 << 3;
-        QTest::newRow("mixed ignores 0") << 1 << 0 << 4;
-        QTest::newRow("mixed ignores 9") << 7 << 9 << 2;
+        QTest::newRow("5 is 3") << 0 << 5 << 0 << 3;
+        QTest::newRow("-1 is 3") << 0 << -1 << 0 << 3;
+        QTest::newRow("mixed ignores 0") << 1 << 0 << 1 << 4;
+        QTest::newRow("type 7 is mixed at any level") << 7 << 9 << 1 << 2;
     }
     void levelsThatGiveTheSameDocument()
     {
         QFETCH(int, type);
         QFETCH(int, level);
+        QFETCH(int, sameAsType);
         QFETCH(int, sameAsLevel);
         const QByteArray input = TestEnvironment::readFile(fixture(QStringLiteral("photo.pdf")));
-        const auto written = [&](int withLevel) {
+        const auto written = [&](int withType, int withLevel) {
             const QString out = m_dir.filePath(QStringLiteral("level.pdf"));
-            FXFaxPageGenerator::generatePDFWithData(input, QString(), type, withLevel, out);
+            FXFaxPageGenerator::generatePDFWithData(input, QString(), withType, withLevel, out);
             return TestEnvironment::readFile(out);
         };
-        QCOMPARE(written(level), written(sameAsLevel));
-        if (type == 0) // ... while the levels themselves matter.
-            QVERIFY(written(level) != written(2));
+        QCOMPARE(written(type, level), written(sameAsType, sameAsLevel));
+        // ... while the levels of text, and text against mixed, do matter.
+        QVERIFY(written(type, level) != (type == 0 ? written(0, 2) : written(0, level)));
     }
 
     // However the pages are shared with the helper process, and whatever becomes of it, the

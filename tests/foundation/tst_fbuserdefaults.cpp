@@ -39,7 +39,9 @@ private Q_SLOTS:
         QVERIFY(FBUserDefaults::appGroupSuiteName().isNull());
     }
 
-    // The listed keys reach the file at once, without an explicit synchronisation.
+    // Writes reach the file at once, without an explicit synchronisation: the keys that must
+    // be synchronised immediately and, so that another process sees them, the others too. The
+    // file is read by a store of another process's kind, never through FBUserDefaults.
     void immediateSynchronisation_data()
     {
         QTest::addColumn<QByteArray>("key");
@@ -48,12 +50,17 @@ private Q_SLOTS:
         QTest::newRow("faxReportSavePath") << QByteArray(kFaxReportSavePathKey);
         QTest::newRow("showExtendedToolbar") << QByteArray(kShowExtendedToolbarKey);
         QTest::newRow("saveSendDocument") << QByteArray(kSaveSendDocumentKey);
+        QTest::newRow("username, not listed") << QByteArray(kUsernameKey);
+        QTest::newRow("faxHeader, not listed") << QByteArray(kFaxHeaderKey);
     }
     void immediateSynchronisation()
     {
         QFETCH(QByteArray, key);
+        QSettings reader(FBUserDefaults::fileName(), QSettings::IniFormat);
         FBUserDefaults::setObject(QStringLiteral("marker-value"), key.constData());
         QVERIFY(settingsFileBytes().contains("marker-value"));
+        reader.sync();
+        QCOMPARE(reader.value(QLatin1String(key)).toString(), QStringLiteral("marker-value"));
         FBUserDefaults::removeObjectForKey(key.constData());
         QVERIFY(!settingsFileBytes().contains("marker-value"));
     }
@@ -92,18 +99,28 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("line");
         QTest::addColumn<bool>("boolValue");
         QTest::addColumn<QString>("stringValue");
-        QTest::newRow("true") << QByteArray("value=true") << true << QStringLiteral("true");
-        QTest::newRow("zero") << QByteArray("value=0") << false << QStringLiteral("0");
-        QTest::newRow("list") << QByteArray("value=a, b") << false << QString();
+        QTest::addColumn<QStringList>("listValue");
+        QTest::addColumn<QByteArray>("dataValue");
+        QTest::newRow("true") << QByteArray("value=true") << true << QStringLiteral("true")
+                              << QStringList{QStringLiteral("true")} << QByteArray("true");
+        QTest::newRow("zero") << QByteArray("value=0") << false << QStringLiteral("0")
+                              << QStringList{QStringLiteral("0")} << QByteArray("0");
+        QTest::newRow("list") << QByteArray("value=a, b") << false << QString()
+                              << QStringList{QStringLiteral("a"), QStringLiteral("b")}
+                              << QByteArray();
         QTest::newRow("garbage bytes") << QByteArray("value=@ByteArray(\\xff\\xfe)") << false
-                                       << QString::fromUtf8("\xef\xbf\xbd\xef\xbf\xbd");
-        QTest::newRow("empty") << QByteArray("value=") << false << QString();
+                                       << QString::fromUtf8("\xef\xbf\xbd\xef\xbf\xbd")
+                                       << QStringList() << QByteArray("\xff\xfe");
+        QTest::newRow("empty") << QByteArray("value=") << false << QString() << QStringList()
+                               << QByteArray();
     }
     void handEditedValues()
     {
         QFETCH(QByteArray, line);
         QFETCH(bool, boolValue);
         QFETCH(QString, stringValue);
+        QFETCH(QStringList, listValue);
+        QFETCH(QByteArray, dataValue);
         QDir().mkpath(QFileInfo(FBUserDefaults::fileName()).path());
         QFile file(FBUserDefaults::fileName());
         QVERIFY(file.open(QIODevice::WriteOnly));
@@ -111,8 +128,8 @@ private Q_SLOTS:
         file.close();
         QCOMPARE(FBUserDefaults::boolForKey("value"), boolValue);
         QCOMPARE(FBUserDefaults::stringForKey("value"), stringValue);
-        FBUserDefaults::stringListForKey("value");
-        FBUserDefaults::dataForKey("value");
+        QCOMPARE(FBUserDefaults::stringListForKey("value"), listValue);
+        QCOMPARE(FBUserDefaults::dataForKey("value"), dataValue);
     }
 };
 

@@ -32,8 +32,13 @@ public:
                         QLatin1String(name), this, SLOT(onItemSignal(QDBusMessage)));
     }
     int count = 0;
+    QStringList members;
 public Q_SLOTS:
-    void onItemSignal(const QDBusMessage &) { ++count; }
+    void onItemSignal(const QDBusMessage &message)
+    {
+        ++count;
+        members.append(message.member());
+    }
 };
 
 // Locks the login keyring; it stays locked for the rest of the run (unlocking would need
@@ -141,10 +146,15 @@ private Q_SLOTS:
         QTRY_COMPARE(signalsSeen.count, 1);
         QCOMPARE(KeychainUtils::getPasswordForUsername(account, service, QString(), &error), first);
 
-        // The same password again writes nothing.
+        // The same password again writes nothing. The keyring signals in order, so once the
+        // creation of a marker item has arrived, a change made before it would have too.
         QVERIFY(KeychainUtils::storeUsername(account, first, service, QString(), true, &error));
-        QTest::qWait(200);
-        QCOMPARE(signalsSeen.count, 1);
+        const QString marker = QStringLiteral("marker");
+        QVERIFY(KeychainUtils::storeUsername(marker, first, service, QString(), true, &error));
+        QTRY_COMPARE(signalsSeen.count, 2);
+        QCOMPARE(signalsSeen.members,
+                 (QStringList{QStringLiteral("ItemCreated"), QStringLiteral("ItemCreated")}));
+        QVERIFY(KeychainUtils::deleteItemForUsername(marker, service, QString(), &error));
 
         // Without the update flag an existing item stays as it is.
         QVERIFY(!KeychainUtils::storeUsername(account, QStringLiteral("other"), service, QString(),

@@ -169,6 +169,37 @@ private Q_SLOTS:
         QCOMPARE(recorder.completed, 1);
     }
 
+    // A refused login on the first receiver ends that receiver alone; the job goes on with the
+    // others once the provider takes the login again.
+    void refusedLoginOnTheFirstReceiver()
+    {
+        FBUserDefaults::setObject(QStringLiteral("somebody-else"), kUsernameKey);
+        FXFaxConnection job;
+        Recorder recorder;
+        job.setDelegate(&recorder);
+        recorder.onProgress = [](const Progress &progress) {
+            if (progress.state == -1)
+                FBUserDefaults::setObject(QStringLiteral("demo"), kUsernameKey);
+        };
+        job.startSendingFaxForPDFData(letter(), {QStringLiteral("+4930555000999"),
+                                                 QStringLiteral("+4930555000123"),
+                                                 QStringLiteral("+4930555000124")});
+        QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
+
+        QStringList outcomes;
+        for (const Progress &event : std::as_const(recorder.events)) {
+            if (event.state == -1 || event.state == 2)
+                outcomes << QStringLiteral("%1 %2 %3")
+                                .arg(event.number)
+                                .arg(event.state)
+                                .arg(event.reason);
+        }
+        QCOMPARE(outcomes, (QStringList{QStringLiteral("+4930555000999 -1 401"),
+                                        QStringLiteral("+4930555000123 2 "),
+                                        QStringLiteral("+4930555000124 2 ")}));
+        QCOMPARE(m_simulator.sessions().size(), 2);
+    }
+
     void receiverRecords_data()
     {
         QTest::addColumn<QString>("document");

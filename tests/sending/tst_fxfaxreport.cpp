@@ -122,7 +122,7 @@ private Q_SLOTS:
         const QString sent = QStringLiteral("Result ") + FXText("successfully");
         QTest::newRow("sent after a busy line")
             << "4921155500199" << QList<Attempt>{{"486", 65}, {"0", 3725}}
-            << QStringList{"+49 211 55500199",
+            << QStringList{"Sender line +49 211 55500199 Receiver",
                            "+49 30 1234567",
                            "05.03.2025",
                            "14:05:09",
@@ -140,9 +140,11 @@ private Q_SLOTS:
         QTest::newRow("wrong password")
             << "" << QList<Attempt>{{"401", 3}} << QStringList{FXText("error_auth").left(20)}
             << QStringList{"Code:"};
+        // Without a line the sender's value stays empty: not even a lone "+".
         QTest::newRow("still open, no line")
             << "" << QList<Attempt>{{QString(), 0}}
-            << QStringList{FXText("error") + " Code: (null)", failed} << QStringList{"+49 211"};
+            << QStringList{FXText("error") + " Code: (null)", failed, "Sender line Receiver"}
+            << QStringList{"+49 211"};
         QTest::newRow("no attempts")
             << "" << QList<Attempt>{} << QStringList{sent} << QStringList{"State"};
     }

@@ -60,8 +60,10 @@ class TestVXFaxSessionStateQueue : public QObject
         return FXCoreDataController::sharedInstance()->managedObjectContext();
     }
 
-    // Open connections with the given session identifiers, the first one earliest.
-    QList<Connection> openConnections(const QStringList &sessionIDs, const QDateTime &start)
+    // Open connections with the given session identifiers, inserted in that order and begun
+    // `step` seconds apart (the first one earliest for a positive step).
+    QList<Connection> openConnections(const QStringList &sessionIDs, const QDateTime &start,
+                                      int step = 1)
     {
         QList<Connection> made;
         for (qsizetype i = 0; i < sessionIDs.size(); ++i) {
@@ -69,7 +71,7 @@ class TestVXFaxSessionStateQueue : public QObject
             fax.setNumber(QStringLiteral("+49301234567"));
             fax.setDate(start);
             Connection connection = context()->insertNewConnectionForFax(fax);
-            connection.setBeginDate(start.addSecs(i));
+            connection.setBeginDate(start.addSecs(step * i));
             connection.setSessionID(sessionIDs.at(i));
             made.append(connection);
         }
@@ -133,10 +135,9 @@ private Q_SLOTS:
         QStringList ids;
         for (int i = 0; i < 501; ++i)
             ids.append(QStringLiteral("session-%1").arg(i, 3, 10, QLatin1Char('0')));
-        // Inserted latest first, so that the order comes from beginDate alone.
-        QStringList reversed(ids.rbegin(), ids.rend());
-        const QList<Connection> made =
-            openConnections(reversed, QDateTime::currentDateTime().addDays(-1));
+        // The first inserted (the lowest row id) begun last, so that only an order by
+        // beginDate leaves it for the next pass.
+        openConnections(ids, QDateTime::currentDateTime().addDays(-1), -1);
 
         CountingReports reports;
         VXFaxSessionStateQueue poller(&reports);
@@ -146,15 +147,14 @@ private Q_SLOTS:
         QStringList polled = polledSessionIDs();
         QCOMPARE(polled.size(), 500);
         polled.sort();
-        QStringList expected = reversed.mid(0, 500);
-        expected.sort();
+        const QStringList expected = ids.mid(1);
         QCOMPARE(polled, expected);
         QCOMPARE(reports.faxes.size(), 500);
 
         const QList<Connection> open = context()->fetchOpenConnections();
         QCOMPARE(open.size(), 1);
-        QCOMPARE(open.first().sessionID(), reversed.last());
-        QCOMPARE(context()->fetchConnectionsWithSessionID(reversed.first()).first().reason(),
+        QCOMPARE(open.first().sessionID(), ids.first());
+        QCOMPARE(context()->fetchConnectionsWithSessionID(ids.last()).first().reason(),
                  QStringLiteral("200"));
     }
 
