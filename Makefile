@@ -45,4 +45,4 @@ format-check:
 	@echo "format-check: $(words $(FORMAT_FILES)) files formatted"
 
 clean:
-	rm -rf build build-asan build-release build-fuzz
+	rm -rf build build-dev build-asan build-release build-fuzz
