@@ -12,7 +12,9 @@
 #include <QThread>
 #include <QTimer>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 
 namespace {
 
@@ -161,6 +163,12 @@ int VXTransfer::timeoutMs()
     return deadlineMs;
 }
 
+qint64 VXTransfer::totalDeadlineMs(qint64 bodyBytes)
+{
+    constexpr qint64 slowestBytesPerSecond = 64 * 1024;
+    return timeoutMs() + std::max<qint64>(bodyBytes, 0) * 1000 / slowestBytesPerSecond;
+}
+
 void VXTransfer::start(const QNetworkRequest &request, const QByteArray &body,
                        Completion completion)
 {
@@ -184,10 +192,12 @@ void VXTransfer::start(const QNetworkRequest &request, const QByteArray &body,
     // A timer of our own: the request's transfer timeout starts afresh with every byte.
     m_deadline = new QTimer(this);
     m_deadline->setSingleShot(true);
-    connect(m_deadline, &QTimer::timeout, this, [this] {
-        breakOff(QStringLiteral("The request timed out after %1 ms").arg(m_deadline->interval()));
+    m_deadline->setTimerType(Qt::CoarseTimer);
+    const qint64 deadline = totalDeadlineMs(body.size());
+    connect(m_deadline, &QTimer::timeout, this, [this, deadline] {
+        breakOff(QStringLiteral("The request timed out after %1 ms").arg(deadline));
     });
-    m_deadline->start(timeoutMs());
+    m_deadline->start(std::chrono::milliseconds(deadline));
 
     m_reply = sharedNetworkAccessManager()->post(request, body);
     // Without a bound Qt's network thread reads on, however slowly the answer is taken from

@@ -18,8 +18,9 @@ class QTimer;
 // One POST to the provider with the rules every call to it shares: only https, or plain http
 // to a loopback host; certificates always verified (FAXOLINO_CA_FILE may add an authority);
 // redirects never followed, so the Authorization header stays with the host it was meant
-// for; a total deadline that a server dribbling bytes cannot stretch; and an answer body
-// bounded in size while it is read.
+// for; an inactivity timeout, and a total deadline that grows with the request's size but
+// that a server dribbling bytes cannot stretch; and an answer body bounded in size while it
+// is read.
 //
 // The completion runs exactly once, on the thread that started the transfer, unless the
 // transfer is deleted first (then it aborts silently). The transfer deletes itself after its
@@ -67,9 +68,14 @@ public:
     // configuration (with FAXOLINO_CA_FILE's authorities, read afresh), the deadline.
     static void prepareRequest(QNetworkRequest &request);
 
-    // The total deadline of one transfer (60 s).
+    // The inactivity timeout of one transfer (60 s): no byte sent or received for that long
+    // ends it.
     static void setTimeoutMs(int ms);
     static int timeoutMs();
+    // The total deadline of a transfer with a request body of that size: the inactivity
+    // timeout, plus the time the body takes at 64 KiB/s. A large fax over a slow uplink that
+    // keeps moving is not cut off; a server that dribbles its answer still is.
+    static qint64 totalDeadlineMs(qint64 bodyBytes);
 
 private:
     void onReadyRead();
