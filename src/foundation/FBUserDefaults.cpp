@@ -1,9 +1,15 @@
 #include "foundation/FBUserDefaults.h"
 
 #include "foundation/FBApplicationHelper.h"
+#include "foundation/FBRegularFile.h"
+#include "foundation/FXLogging.h"
 
+#include <QFileInfo>
 #include <QMutex>
 #include <QSettings>
+#include <QStandardPaths>
+
+#include <mutex>
 
 namespace {
 
@@ -14,10 +20,41 @@ QVariantMap &registeredDefaults()
     return defaults;
 }
 
+// Where QSettings keeps the user's settings of organisation "voxaria", application
+// "Faxolino". Worked out without opening a QSettings, which would read the file.
+QString userStorePath()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation)
+           + QStringLiteral("/voxaria/Faxolino.conf");
+}
+
+bool readNothing(QIODevice &, QSettings::SettingsMap &)
+{
+    return true;
+}
+
+bool writeNothing(QIODevice &, const QSettings::SettingsMap &)
+{
+    return false;
+}
+
+// The settings file, unless something else stands in its place: a FIFO or a device would
+// block every read. Then the settings are empty and nothing is written, and the user is told
+// once.
 QSettings openStore()
 {
-    return QSettings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("voxaria"),
-                     QStringLiteral("Faxolino"));
+    const QString path = userStorePath();
+    if (!QFileInfo::exists(path) || FBRegularFile::isRegularFile(path))
+        return QSettings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("voxaria"),
+                         QStringLiteral("Faxolino"));
+    static const QSettings::Format refused = QSettings::registerFormat(
+        QStringLiteral("refused"), readNothing, writeNothing, Qt::CaseSensitive);
+    static std::once_flag warned;
+    std::call_once(warned, [&path] {
+        qCWarning(lcService, "The settings file %s is not a regular file; settings are not read",
+                  qUtf8Printable(path));
+    });
+    return QSettings(QStringLiteral("/nonexistent/faxolino-refused-settings"), refused);
 }
 
 } // namespace
@@ -133,5 +170,5 @@ QString FBUserDefaults::reportSavePathForPreferences()
 
 QString FBUserDefaults::fileName()
 {
-    return openStore().fileName();
+    return userStorePath();
 }

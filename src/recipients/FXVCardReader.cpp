@@ -1,5 +1,6 @@
 #include "recipients/FXVCardReader.h"
 
+#include "foundation/FBRegularFile.h"
 #include "foundation/FXLogging.h"
 #include "recipients/FXPersonImageCache.h"
 
@@ -248,10 +249,10 @@ QByteArray pictureFromContact(EContact *contact)
             // Only local files: a contact must never make the program go on the network.
             const QUrl url(uri);
             if (url.isLocalFile()) {
-                QFile file(url.toLocalFile());
-                if (file.size() <= FXPersonImageCache::maxPictureBytes
-                    && file.open(QIODevice::ReadOnly))
-                    data = file.readAll();
+                QFile file;
+                if (FBRegularFile::openForReading(url.toLocalFile(), &file)
+                    && file.size() <= FXPersonImageCache::maxPictureBytes)
+                    data = file.read(FXPersonImageCache::maxPictureBytes);
             }
         }
     }
@@ -476,11 +477,9 @@ bool FXVCardReader::readData(const QByteArray &data, const QString &fallbackScop
 
 bool FXVCardReader::readFile(const QString &path, Contents *contents, QString *error)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        *error = file.errorString();
+    QFile file;
+    if (!FBRegularFile::openForReading(path, &file, error))
         return false;
-    }
     if (file.size() > maxFileBytes) {
         *error = QStringLiteral("larger than %1 bytes").arg(maxFileBytes);
         return false;

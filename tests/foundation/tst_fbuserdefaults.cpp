@@ -8,6 +8,8 @@
 #include <QSettings>
 #include <QTest>
 
+#include <sys/stat.h>
+
 class TestFBUserDefaults : public QObject
 {
     Q_OBJECT
@@ -63,6 +65,20 @@ private Q_SLOTS:
         QCOMPARE(reader.value(QLatin1String(key)).toString(), QStringLiteral("marker-value"));
         FBUserDefaults::removeObjectForKey(key.constData());
         QVERIFY(!settingsFileBytes().contains("marker-value"));
+    }
+
+    // A FIFO in place of the settings file would block every read: the settings read as
+    // empty instead, and writes go nowhere.
+    void specialFileInPlaceOfTheSettings()
+    {
+        const QString path = FBUserDefaults::fileName();
+        QDir().mkpath(QFileInfo(path).path());
+        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        LogCapture log;
+        FBUserDefaults::setObject(QStringLiteral("demo"), kUsernameKey);
+        QVERIFY(!FBUserDefaults::hasKey(kUsernameKey));
+        QVERIFY(FBUserDefaults::stringForKey(kUsernameKey).isEmpty());
+        QVERIFY(QFile::remove(path));
     }
 
     void launchDefaults()

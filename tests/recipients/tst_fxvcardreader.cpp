@@ -5,7 +5,11 @@
 #include <QDir>
 #include <QImage>
 #include <QRandomGenerator>
+#include <QTemporaryDir>
 #include <QTest>
+#include <QUrl>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -145,6 +149,28 @@ private Q_SLOTS:
         QVERIFY(FXVCardReader::readFile(fixture("apple-contacts.vcf"), &contents, &error));
         const QImage picture = QImage::fromData(contents.persons.at(0).pictureData);
         QCOMPARE(picture.size(), QSize(40, 20));
+    }
+
+    // A FIFO where a vCard or its picture should be is refused at once instead of waiting for
+    // a writer that never comes.
+    void specialFilesAreRefused()
+    {
+        QTemporaryDir dir;
+        const QString fifo = dir.filePath(QStringLiteral("pipe"));
+        QCOMPARE(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+        const QString card = dir.filePath(QStringLiteral("contacts.vcf"));
+        QVERIFY(QFile::link(fifo, card));
+
+        FXVCardReader::Contents contents;
+        QString error;
+        QVERIFY(!FXVCardReader::readFile(card, &contents, &error));
+        QCOMPARE(error, QStringLiteral("not a regular file"));
+
+        const QByteArray pictured = "BEGIN:VCARD\nVERSION:3.0\nN:Tom\nTEL:0301\nPHOTO;VALUE=uri:"
+                                    + QUrl::fromLocalFile(fifo).toEncoded() + "\nEND:VCARD\n";
+        QVERIFY(FXVCardReader::readData(pictured, card, &contents, &error));
+        QCOMPARE(contents.persons.size(), 1);
+        QVERIFY(contents.persons.first().pictureData.isEmpty());
     }
 
     void brokenData_data()

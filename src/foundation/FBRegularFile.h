@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+
+class QFile;
+
+// Files that come from outside (settings, vCards, pictures, documents) are read only when they
+// are regular files. A FIFO, a device or a socket in their place, also behind a symlink, would
+// block the open or never end.
+class FBRegularFile
+{
+public:
+    // Whether the path names a regular file (after following symlinks).
+    static bool isRegularFile(const QString &path);
+
+    // Opens the path for reading without ever blocking: false, with a reason in `error`, when
+    // it cannot be opened or is no regular file.
+    static bool openForReading(const QString &path, QFile *file, QString *error = nullptr);
+};
