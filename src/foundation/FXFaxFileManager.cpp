@@ -9,9 +9,12 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+#include <cerrno>
 #include <filesystem>
+#include <optional>
 #include <system_error>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -75,15 +78,25 @@ bool createFolder(const QString &path)
     return created;
 }
 
-// The report folder chosen in the preferences, or the empty string when it cannot be used.
-QString chosenReportFolder()
+// The folder a report folder's bytes name: its clean path, or the empty string when they do
+// not resolve (not an absolute path in valid UTF-8).
+QString resolvedReportFolder(const QByteArray &stored)
 {
-    QString folder;
-    const FXFaxFileManager::ReportFolder stored = FXFaxFileManager::storedReportFolder(&folder);
-    if (stored == FXFaxFileManager::ReportFolder::NotStored)
+    const QString path = QString::fromUtf8(stored);
+    if (stored.isEmpty() || path.toUtf8() != stored || path.contains(QChar(0))
+        || !QDir::isAbsolutePath(path))
+        return QString();
+    return QDir::cleanPath(path);
+}
+
+// The chosen report folder, or the empty string when it cannot be used.
+QString chosenReportFolder(const std::optional<QByteArray> &stored)
+{
+    if (!stored)
         return QString();
     qCInfo(lcJournal) << "bookmarkData";
-    if (stored == FXFaxFileManager::ReportFolder::Unresolvable)
+    const QString folder = resolvedReportFolder(*stored);
+    if (folder.isEmpty())
         return QString();
     qCInfo(lcJournal) << "bookmarkFileURL";
     const QFileInfo info(folder);
@@ -213,22 +226,61 @@ FXFaxFileManager::ReportFolder FXFaxFileManager::storedReportFolder(QString *fol
 {
     if (!FBUserDefaults::hasKey(kFaxReportSavePathDataKey))
         return ReportFolder::NotStored;
-    const QByteArray stored = FBUserDefaults::dataForKey(kFaxReportSavePathDataKey);
-    const QString path = QString::fromUtf8(stored);
-    if (stored.isEmpty() || path.toUtf8() != stored || path.contains(QChar(0))
-        || !QDir::isAbsolutePath(path))
+    const QString resolved =
+        resolvedReportFolder(FBUserDefaults::dataForKey(kFaxReportSavePathDataKey));
+    if (resolved.isEmpty())
         return ReportFolder::Unresolvable;
     if (folder)
-        *folder = QDir::cleanPath(path);
+        *folder = resolved;
     return ReportFolder::Resolved;
+}
+
+QString FXFaxFileManager::claimSendFaxFileName(const QDateTime &date, const QString &number)
+{
+    const QString first = temporarySendFaxFileNameForDate(date, number);
+    if (plainName(first).isEmpty() || supportFile(first).isEmpty())
+        return first;
+    QDir().mkpath(FBApplicationHelper::applicationSupportFolder());
+    const QString stem = first.chopped(4);
+    for (int n = 1; n <= 1000; ++n) {
+        const QString name = n == 1 ? first : QStringLiteral("%1-%2.pdf").arg(stem).arg(n);
+        if (QFileInfo::exists(filePathForSendFaxFile(name)))
+            continue;
+        const int fd = ::open(QFile::encodeName(supportFile(name)).constData(),
+                              O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        if (fd >= 0) {
+            ::close(fd);
+            return name;
+        }
+        if (errno != EEXIST)
+            return name;
+    }
+    return first;
 }
 
 QString FXFaxFileManager::filePathForSendFaxFile(const QString &name)
 {
+    const std::optional<QByteArray> stored =
+        FBUserDefaults::hasKey(kFaxReportSavePathDataKey)
+            ? std::optional(FBUserDefaults::dataForKey(kFaxReportSavePathDataKey))
+            : std::nullopt;
+    return reportFilePath(name, stored);
+}
+
+QString FXFaxFileManager::filePathForSendFaxFile(const QString &name,
+                                                 const QByteArray &reportFolder)
+{
+    return reportFilePath(name,
+                          reportFolder.isEmpty() ? std::nullopt : std::optional(reportFolder));
+}
+
+QString FXFaxFileManager::reportFilePath(const QString &name,
+                                         const std::optional<QByteArray> &reportFolder)
+{
     const QString plain = plainName(name);
     if (plain.isEmpty())
         return QString();
-    QString folder = chosenReportFolder();
+    QString folder = chosenReportFolder(reportFolder);
     if (folder.isEmpty()) {
         const QString support = FBApplicationHelper::applicationSupportFolder();
         if (support.isEmpty())

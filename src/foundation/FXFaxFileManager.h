@@ -5,6 +5,8 @@
 #include <QString>
 #include <QUrl>
 
+#include <optional>
+
 // Names every working file of the send workflow and keeps the working folder clean. All
 // working files lie directly in the application support folder under fixed names beginning
 // with an underscore, so at most one of each kind exists at a time. Stateless; callers use it
@@ -54,6 +56,12 @@ public:
     // example "2024-03-01_14-05-09-+49301234567.pdf".
     static QString temporarySendFaxFileNameForDate(const QDateTime &date, const QString &number);
 
+    // A name for a new fax's copy and report that no other fax has: the name above, or with
+    // "-2", "-3" ... before ".pdf" when a copy or a report of that name exists already (two
+    // faxes to one number in one second). The copy is created empty at once, so that another
+    // process choosing in the same second takes the next name.
+    static QString claimSendFaxFileName(const QDateTime &date, const QString &number);
+
     // What "faxReportSavePathData" holds. The folder is kept as its path in UTF-8 bytes; a
     // value that is not an absolute path in valid UTF-8 (an empty one too) cannot be
     // resolved, the way a stale bookmark cannot. A folder deleted since still resolves: the
@@ -70,6 +78,9 @@ public:
     // the way. The name is reduced to its last path component as above.
     static QString filePathForSendFaxFile(const QString &name);
     static QUrl fileURLForSendFaxFile(const QString &name);
+    // The same for the report folder a fax record keeps (Fax::fileURL(), the setting's bytes
+    // when it was sent), so that changing the setting leaves older reports where they are.
+    static QString filePathForSendFaxFile(const QString &name, const QByteArray &reportFolder);
 
     // Removes the fixed working files in the order "_append.pdf", "_cover.pdf", "_merge.pdf",
     // "_orgfile.pdf", "_processedFaxFile.pdf", "_report.pdf", "_scanned.pdf". A file that is
@@ -83,4 +94,8 @@ public:
     // and the file is not marked read-only (a file the user locked that way stays, also for
     // the superuser).
     static bool isDeletableFileAtPath(const QString &path);
+
+private:
+    static QString reportFilePath(const QString &name,
+                                  const std::optional<QByteArray> &reportFolder);
 };

@@ -184,7 +184,7 @@ void FXFaxConnection::sendPreparedFax(const PreparedFax &prepared)
     fax.setCoverSheet(_useCoverSheet);
     fax.setAlgorithm(_documentType);
     fax.setPages(prepared.pageCount);
-    const QString name = FXFaxFileManager::temporarySendFaxFileNameForDate(now, number);
+    const QString name = FXFaxFileManager::claimSendFaxFileName(now, number);
     // The fax's own copy of what it transmits: the report is made from it, also after a
     // restart, when the shared processed file holds another document.
     QSaveFile copy(FXFaxFileManager::filePathForTemporarySendFaxFile(name));

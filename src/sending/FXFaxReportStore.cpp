@@ -17,7 +17,7 @@ FXFaxReportStore *FXFaxReportStore::sharedInstance()
 
 QString FXFaxReportStore::reportPathForFax(const Fax &fax)
 {
-    return FXFaxFileManager::filePathForSendFaxFile(fax.file());
+    return FXFaxFileManager::filePathForSendFaxFile(fax.file(), fax.fileURL());
 }
 
 void FXFaxReportStore::renderPDFReport(const QString &html, const Fax &forFax)
@@ -28,9 +28,9 @@ void FXFaxReportStore::renderPDFReport(const QString &html, const Fax &forFax)
 void FXFaxReportStore::saveFaxReport(const QByteArray &pdfData, const Fax &forFax)
 {
     const QString report = FXFaxFileManager::writeReportFileForData(pdfData);
-    // The target's name is the fax's file name; the assembly places it into the report folder
-    // when one is set, and otherwise at this path, which already falls back to "Documents".
-    const QUrl target = FXFaxFileManager::fileURLForSendFaxFile(forFax.file());
+    // The target is the fax's file name in the report folder the fax was sent with, which
+    // falls back to "Documents" when none was chosen.
+    const QUrl target = QUrl::fromLocalFile(reportPathForFax(forFax));
     QList<QUrl> sources{QUrl::fromLocalFile(report)};
     if (FBUserDefaults::boolForKey(kSaveSendDocumentKey)) {
         // The fax's own copy of what was sent: the same pages as the processed fax file while

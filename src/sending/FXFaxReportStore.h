@@ -16,7 +16,8 @@ public:
     // the file manager and the page assembly; the user is not told.
     void saveFaxReport(const QByteArray &pdfData, const Fax &forFax);
 
-    // Where the stored report of a fax is (or would be).
+    // Where the stored report of a fax is (or would be): in the report folder kept with the
+    // record, not the one chosen now.
     static QString reportPathForFax(const Fax &fax);
 
     // The process-wide store the sending engine and the poller hand their reports to.

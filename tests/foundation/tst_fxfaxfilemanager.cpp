@@ -98,6 +98,22 @@ private Q_SLOTS:
         QVERIFY(QFileInfo(inSupport(QStringLiteral("_cover.pdf"))).isDir());
     }
 
+    // Two faxes to one number in one second get names of their own, also across processes
+    // (the copy is claimed on disk); a report whose copy is gone still holds its name.
+    void claimedNamesAreUnique()
+    {
+        const QDateTime when(QDate(2024, 3, 2), QTime(9, 30, 0));
+        const QString number = QStringLiteral("+4930555");
+        const QString stem = QStringLiteral("2024-03-02_09-30-00-+4930555");
+        QCOMPARE(FM::claimSendFaxFileName(when, number), stem + ".pdf");
+        QVERIFY(QFile::exists(FM::filePathForTemporarySendFaxFile(stem + ".pdf")));
+        QCOMPARE(FM::claimSendFaxFileName(when, number), stem + "-2.pdf");
+        QFile report(FM::filePathForSendFaxFile(stem + "-3.pdf"));
+        QVERIFY(report.open(QIODevice::WriteOnly));
+        report.close();
+        QCOMPARE(FM::claimSendFaxFileName(when, number), stem + "-4.pdf");
+    }
+
     void perFaxFileNames_data()
     {
         QTest::addColumn<QString>("name");

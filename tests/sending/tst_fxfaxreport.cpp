@@ -8,6 +8,7 @@
 #include "sending/FXFaxReport.h"
 #include "sending/FXFaxReportStore.h"
 
+#include <QDir>
 #include <QFile>
 #include <QGuiApplication>
 #include <QProcess>
@@ -209,6 +210,24 @@ private Q_SLOTS:
         if (saveSendDocument)
             QVERIFY(text.indexOf(QStringLiteral("TRANSMISSION REPORT"))
                     < text.indexOf(QStringLiteral("Order confirmation")));
+    }
+
+    // A report stays where it was stored when the report folder is changed afterwards.
+    void reportFolderOfTheRecord()
+    {
+        const QString first = TestEnvironment::root() + QStringLiteral("/first-reports");
+        FBUserDefaults::setObject(first.toUtf8(), kFaxReportSavePathDataKey);
+        Fax fax = makeFax(QString(), {{"0", 5}});
+        fax.setFileURL(first.toUtf8());
+        FBUserDefaults::setObject(false, kSaveSendDocumentKey);
+        FXFaxReport::generateFaxReportForFax(fax, FXFaxReportStore::sharedInstance());
+        const QString stored = QDir(first).filePath(fax.file());
+        QVERIFY(QFile::exists(stored));
+
+        FBUserDefaults::setObject((TestEnvironment::root() + QStringLiteral("/later")).toUtf8(),
+                                  kFaxReportSavePathDataKey);
+        QCOMPARE(FXFaxReportStore::reportPathForFax(fax), stored);
+        FBUserDefaults::removeObjectForKey(kFaxReportSavePathDataKey);
     }
 };
 
