@@ -237,6 +237,8 @@ FXFaxFileManager::ReportFolder FXFaxFileManager::storedReportFolder(QString *fol
 
 QString FXFaxFileManager::claimSendFaxFileName(const QDateTime &date, const QString &number)
 {
+    // Deliberately more than the fixed "<date>-<number>.pdf": that name has one-second
+    // resolution, and two faxes to one number in one second overwrote each other's report.
     const QString first = temporarySendFaxFileNameForDate(date, number);
     if (plainName(first).isEmpty() || supportFile(first).isEmpty())
         return first;

@@ -64,8 +64,8 @@ public:
 
     // What "faxReportSavePathData" holds. The folder is kept as its path in UTF-8 bytes; a
     // value that is not an absolute path in valid UTF-8 (an empty one too) cannot be
-    // resolved, the way a stale bookmark cannot. A folder deleted since still resolves: the
-    // report path below creates it again.
+    // resolved, the way a stale bookmark cannot. Deliberately, a folder deleted since still
+    // resolves, for the page assembly too: the report path below creates it again.
     enum class ReportFolder { NotStored, Unresolvable, Resolved };
     // For Resolved, `folder` receives the folder's clean path; it may no longer exist.
     static ReportFolder storedReportFolder(QString *folder = nullptr);

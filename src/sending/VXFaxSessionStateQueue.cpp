@@ -74,11 +74,22 @@ void VXFaxSessionStateQueue::didReceiveSessionStatus(const XmlRpcValue &status,
         FXCoreDataController::sharedInstance()->managedObjectContext();
     if (!context)
         return;
-    // The state itself is not consulted: the first answer with a code closes the record.
+    // Deliberately unlike the original, the state is consulted, as the job does: the provider
+    // answers "StatusCode" 200 for every session it knows, so taking the code alone closed
+    // sent faxes as failed (200) and queued ones before they were sent. A session still
+    // "queued" or "sending" stays open and is asked again at the next pass; "sent" closes
+    // with "0". An answer without "SessionStatus" is recorded by its code, as it always was.
+    const bool hasState = status.contains(QStringLiteral("SessionStatus"));
+    const QString state = status["SessionStatus"].toString();
+    if (hasState && (state == QLatin1String("queued") || state == QLatin1String("sending")))
+        return;
+    const bool sent = hasState && state == QLatin1String("sent");
     const bool hasCode = status.contains(QStringLiteral("StatusCode"));
-    const QString reason = hasCode ? reasonForStatusCode(status["StatusCode"]) : QString();
+    const QString reason = sent      ? QStringLiteral("0")
+                           : hasCode ? reasonForStatusCode(status["StatusCode"])
+                                     : QString();
     for (Connection connection : context->fetchConnectionsWithSessionID(forID)) {
-        if (hasCode)
+        if (!reason.isNull())
             connection.setReason(reason);
         FXFaxReport::generateFaxReportForFax(connection.fax(), m_delegate);
     }

@@ -310,8 +310,8 @@ private Q_SLOTS:
         QCOMPARE(faxes.size(), 1);
         const Connection connection = faxes.first().connections().first();
         QCOMPARE(connection.sessionID(), sessions.first()[QLatin1String("SessionID")].toString());
-        // The poller records the provider's status code of whatever it answered.
-        QCOMPARE(connection.reason(), QStringLiteral("200"));
+        // The provider answered "sent" (with its status code 200): the fax went out.
+        QCOMPARE(connection.reason(), QStringLiteral("0"));
         const QStringList lines = journalLines(QStringLiteral("0555003123"));
         QVERIFY(QFile::exists(lines.first().section(QStringLiteral("  "), -1)));
     }
