@@ -41,9 +41,10 @@ const char usage[] =
     "                           mixed: error diffusion, for pictures\n"
     "  --threshold 0-4          the threshold level for text, lighter to darker (default 2)\n"
     "  --cover-subject TEXT     put a cover sheet with this subject in front\n"
-    "  --give-up-after SECONDS  stop waiting when the provider has not accepted a fax, or\n"
-    "                           has not answered about it, for this long (default 300);\n"
-    "                           the journal keeps it open for `faxolino poll`\n"
+    "  --give-up-after SECONDS  a fax the provider has not accepted for this long fails\n"
+    "                           and the next receiver follows; one it accepted but has\n"
+    "                           not answered about for this long stays open in the\n"
+    "                           journal for `faxolino poll` (default 300)\n"
     "\n"
     "Exit codes: 0 every fax was sent, 1 a fax failed or the provider did not answer,\n"
     "2 a usage or setup error.\n";
@@ -76,15 +77,12 @@ public:
         m_watchdog.setSingleShot(true);
         m_watchdog.setInterval(giveUpSeconds * 1000);
         connect(&m_watchdog, &QTimer::timeout, this, &SendProgress::giveUp);
+        // The job itself gives up on a request the provider does not accept.
         connect(job, &FXFaxConnection::sessionRequested, this, [this] {
-            m_accepted = false;
-            m_watchdog.start();
+            m_watchdog.stop();
             show(0.15, QStringLiteral("connecting"), QString());
         });
-        connect(job, &FXFaxConnection::sessionAccepted, this, [this] {
-            m_accepted = true;
-            m_watchdog.start();
-        });
+        connect(job, &FXFaxConnection::sessionAccepted, this, [this] { m_watchdog.start(); });
         // A transmission takes minutes; the terminal shows that time passes.
         m_clock.setInterval(1000);
         connect(&m_clock, &QTimer::timeout, this, [this] { draw(false); });
@@ -209,13 +207,8 @@ private:
         if (m_terminal)
             m_out << '\n';
         m_out.flush();
-        if (m_accepted) {
-            m_err << "faxolino send: no answer from the provider about the fax to " << m_shownNumber
-                  << " for " << m_giveUpSeconds << " seconds; giving up.\n";
-        } else {
-            m_err << "faxolino send: the provider has not accepted the fax to " << m_shownNumber
-                  << " after " << m_giveUpSeconds << " seconds; giving up.\n";
-        }
+        m_err << "faxolino send: no answer from the provider about the fax to " << m_shownNumber
+              << " for " << m_giveUpSeconds << " seconds; giving up.\n";
         m_err << "The journal keeps the transmission open; `faxolino poll` asks the provider "
                  "about it later.\n";
         const QStringList rest = m_numbers.mid(m_index + 1);
@@ -235,7 +228,6 @@ private:
     QElapsedTimer m_elapsed;
     qsizetype m_index = 0;
     qsizetype m_sent = 0;
-    bool m_accepted = false;
     QString m_shownNumber;
     double m_fraction = 0.0;
     QString m_word;
@@ -358,6 +350,7 @@ int SendCommand::run(int argc, char *argv[])
     job.setDocumentTypeThreshold(threshold);
     job.setUseCoverSheet(useCoverSheet);
     job.setCoverSubject(subject);
+    job.setGiveUpAfterMs(giveUpSeconds * 1000);
     SendProgress progress(&job, numbers, CommandSupport::isTerminal(stdout), giveUpSeconds);
     job.setDelegate(&progress);
 

@@ -149,20 +149,24 @@ void VXRestConnection::complete(Call call, const QString &sessionID,
             if (call == Call::Initiate || call == Call::Balance)
                 qCWarning(lcService, "Some error occurred. response status code %ld", status);
             fail(status);
-        } else if (call == Call::Initiate) {
-            // Never reached the service: nothing to report; the callers' own timers cover it.
-            qCWarning(lcService, "Error: %s", qUtf8Printable(result.errorString));
+        } else {
+            if (call == Call::Initiate)
+                qCWarning(lcService, "Error: %s", qUtf8Printable(result.errorString));
+            if (m_delegate)
+                m_delegate->didFailWithTransportError(result.errorString);
         }
         return;
     }
 
     if (result.body.isEmpty()) {
-        if (call != Call::Initiate)
-            return;
-        if (result.transportError)
-            qCWarning(lcService, "Error: %s", qUtf8Printable(result.errorString));
-        else
+        if (result.transportError) {
+            if (call == Call::Initiate)
+                qCWarning(lcService, "Error: %s", qUtf8Printable(result.errorString));
+            if (m_delegate)
+                m_delegate->didFailWithTransportError(result.errorString);
+        } else if (call == Call::Initiate) {
             qCWarning(lcService, "Some error occurred");
+        }
         return;
     }
 

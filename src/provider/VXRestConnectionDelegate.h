@@ -28,6 +28,10 @@ public:
     // The whole decoded answer of zentari.BalanceGet (a struct holding "CurrentBalance").
     virtual void didReceiveBalance(const XmlRpcValue &balance) { Q_UNUSED(balance); }
     // An HTTP status other than 200, an XML-RPC fault code, or -1 for a 200 answer that
-    // decodes to nothing. A request that never reached the service reports nothing.
+    // decodes to nothing. A request that never reached the service reports nothing here.
     virtual void didFailWithErrorCode(qint64 code) { Q_UNUSED(code); }
+    // A request got no complete answer: the connection failed or broke, the deadline passed,
+    // the answer was too large, or the endpoint was refused. Beyond the original, which told
+    // nobody, so that a job waiting for its session request need not wait in vain.
+    virtual void didFailWithTransportError(const QString &errorString) { Q_UNUSED(errorString); }
 };

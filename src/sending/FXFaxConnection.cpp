@@ -226,6 +226,14 @@ void FXFaxConnection::sendPreparedFax(const PreparedFax &prepared)
         return;
     }
     newServiceClient()->sendFaxFileData(prepared.data, _destinationNumber);
+    delete m_giveUpTimer;
+    m_giveUpTimer = new QTimer(this);
+    m_giveUpTimer->setSingleShot(true);
+    connect(m_giveUpTimer, &QTimer::timeout, this, [this] {
+        failUnacceptedReceiver(QStringLiteral("The provider did not accept the fax within %1 s")
+                                   .arg(m_giveUpAfterMs / 1000.0));
+    });
+    m_giveUpTimer->start(m_giveUpAfterMs);
     Q_EMIT sessionRequested(_destinationNumber);
 }
 
@@ -268,6 +276,30 @@ void FXFaxConnection::didReceiveSessionStatus(const XmlRpcValue &status, const Q
     changeProgressToState(status);
 }
 
+void FXFaxConnection::didFailWithTransportError(const QString &errorString)
+{
+    // Only the session request matters here; a status question that fails is asked again.
+    if (m_inSession && !_statusAfterSending)
+        failUnacceptedReceiver(errorString);
+}
+
+void FXFaxConnection::failUnacceptedReceiver(const QString &errorText)
+{
+    if (!m_inSession || _statusAfterSending)
+        return;
+    qCWarning(lcService, "The fax to %s was not accepted: %s", qPrintable(_destinationNumber),
+              qPrintable(errorText));
+    // A late acceptance must not revive the receiver: its request is given up.
+    releaseServiceClients();
+    for (const QPointer<VXRestConnection> &client : std::as_const(m_serviceClients)) {
+        if (client)
+            client->deleteLater();
+    }
+    handleSentAndFailedStatus(
+        XmlRpcMap{{QStringLiteral("SessionStatus"), "failed"}, {QStringLiteral("StatusCode"), -1}},
+        errorText);
+}
+
 void FXFaxConnection::didFailWithErrorCode(qint64 code)
 {
     if (!m_inSession)
@@ -301,7 +333,7 @@ void FXFaxConnection::changeProgressToState(const XmlRpcValue &status)
         _lastState = state;
 }
 
-void FXFaxConnection::handleSentAndFailedStatus(const XmlRpcValue &status)
+void FXFaxConnection::handleSentAndFailedStatus(const XmlRpcValue &status, const QString &errorText)
 {
     const bool sent = status["SessionStatus"].toString() == QLatin1String("sent");
     const qint64 code = statusCodeOf(status);
@@ -323,9 +355,10 @@ void FXFaxConnection::handleSentAndFailedStatus(const XmlRpcValue &status)
         reportProgress(status["progress"].toDouble(), 2, FXText("fax_succeeded"),
                        status["reason"].toString(), QString());
     } else {
-        const QString errorText =
-            code == 401 ? FXText("error_auth") : QStringLiteral("Error Code: %1").arg(code);
-        reportProgress(0.0, -1, FXText("fax_failed"), QString::number(code), errorText);
+        const QString text = !errorText.isEmpty() ? errorText
+                             : code == 401        ? FXText("error_auth")
+                                                  : QStringLiteral("Error Code: %1").arg(code);
+        reportProgress(0.0, -1, FXText("fax_failed"), QString::number(code), text);
     }
 
     _statusAfterSending = false;
@@ -347,6 +380,11 @@ void FXFaxConnection::reportProgress(double progress, int state, const QString &
 
 void FXFaxConnection::stopTrafficTimer()
 {
+    if (m_giveUpTimer) {
+        m_giveUpTimer->stop();
+        m_giveUpTimer->deleteLater();
+        m_giveUpTimer = nullptr;
+    }
     if (trafficTimer) {
         trafficTimer->stop();
         trafficTimer->deleteLater();

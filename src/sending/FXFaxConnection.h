@@ -21,8 +21,10 @@ class VXRestConnection;
 // keeps a copy of the transmitted pages under the fax's file name, starts the provider session
 // and follows it with its own status timer until it is sent or failed, has the transmission
 // report made, and goes on with the next receiver. It never sends a fax twice on its own:
-// a session the provider never answered stays open in the journal for the poller. A document
-// that yields no fax pages is not sent at all: the receiver fails with the code -1.
+// a session the provider accepted but never finished stays open in the journal for the
+// poller. A receiver whose session request never reached the provider, or that the provider
+// has not accepted within the give-up time, fails with the code -1 and the reason; so does
+// one whose document yields no fax pages (then nothing is sent at all).
 //
 // All journal changes, timers and delegate callbacks happen on the main thread. Do not delete
 // the job from inside changedProgress(); deleteLater() is fine.
@@ -33,6 +35,8 @@ class FXFaxConnection : public QObject, public VXRestConnectionDelegate
 public:
     // The default interval of the status timer once a session is accepted.
     static constexpr int kTrafficIntervalMs = 4000;
+    // How long a session request may wait for the provider's acceptance, by default.
+    static constexpr int kGiveUpAfterMs = 300 * 1000;
 
     explicit FXFaxConnection(QObject *parent = nullptr);
     ~FXFaxConnection() override;
@@ -54,6 +58,11 @@ public:
     // The threshold level 0 to 4 of the text conversion.
     qint64 documentTypeThreshold() const { return _documentTypeThreshold; }
     void setDocumentTypeThreshold(qint64 threshold) { _documentTypeThreshold = threshold; }
+
+    // How long the provider may take to accept a receiver's session request before the
+    // receiver fails (-1); the command line and the windows let the user choose it.
+    int giveUpAfterMs() const { return m_giveUpAfterMs; }
+    void setGiveUpAfterMs(int ms) { m_giveUpAfterMs = ms > 0 ? ms : kGiveUpAfterMs; }
 
     // Who is told about the finished reports; FXFaxReportStore::sharedInstance() unless set.
     FXFaxReportDelegate *reportDelegate() const { return m_reportDelegate; }
@@ -83,6 +92,7 @@ public:
     void didSendFaxFileSucceededWithSessionID(const QString &sessionID) override;
     void didReceiveSessionStatus(const XmlRpcValue &status, const QString &forID) override;
     void didFailWithErrorCode(qint64 code) override;
+    void didFailWithTransportError(const QString &errorString) override;
 
 Q_SIGNALS:
     // The session request for the current receiver is on its way to the provider.
@@ -105,7 +115,10 @@ private:
     void loadTrafficData();
     void threadLoadTrafficData();
     void changeProgressToState(const XmlRpcValue &status);
-    void handleSentAndFailedStatus(const XmlRpcValue &status);
+    // errorText replaces the code's own text for the user, where there is a better one.
+    void handleSentAndFailedStatus(const XmlRpcValue &status, const QString &errorText = {});
+    // The current receiver's session request came to nothing: it fails with -1 and the text.
+    void failUnacceptedReceiver(const QString &errorText);
     void stopTrafficTimer();
     VXRestConnection *newServiceClient();
     // Answers still on their way for a finished receiver must not reach the next one. The
@@ -115,6 +128,8 @@ private:
                         const QString &errorReason, const QString &errorReasonTitle);
 
     QTimer *trafficTimer = nullptr;
+    QTimer *m_giveUpTimer = nullptr;
+    int m_giveUpAfterMs = kGiveUpAfterMs;
     bool _statusAfterSending = false;
     qint64 _currentStartPageForSending = 0;
     qint64 _currentFaxProccess = 1;

@@ -4,6 +4,7 @@
 #include "journal/FXCoreDataController.h"
 #include "journal/FXManagedObjectContext.h"
 #include "provider/VXRestConnection.h"
+#include "sending/FXFaxConnection.h"
 #include "sending/FXFaxReport.h"
 
 #include <atomic>
@@ -11,6 +12,7 @@
 namespace {
 
 std::atomic<int> intervalMs{60 * 1000};
+std::atomic<int> giveUpAfterMs{FXFaxConnection::kGiveUpAfterMs};
 
 // "StatusCode" as the journal keeps it: the number's decimal text. A provider that sends the
 // code as text is taken at its word.
@@ -26,6 +28,11 @@ QString reasonForStatusCode(const XmlRpcValue &code)
 void VXFaxSessionStateQueue::setIntervalMs(int ms)
 {
     intervalMs = ms;
+}
+
+void VXFaxSessionStateQueue::setGiveUpAfterMs(int ms)
+{
+    giveUpAfterMs = ms > 0 ? ms : FXFaxConnection::kGiveUpAfterMs;
 }
 
 VXFaxSessionStateQueue::VXFaxSessionStateQueue(FXFaxReportDelegate *delegate, QObject *parent)
@@ -52,7 +59,25 @@ void VXFaxSessionStateQueue::updateOpenSessionStates()
     m_passes.removeAll(nullptr);
     FXManagedObjectContext *context =
         FXCoreDataController::sharedInstance()->managedObjectContext();
-    const QList<Connection> open = context ? context->fetchOpenConnections() : QList<Connection>();
+    QList<Connection> open;
+    const QDateTime now = QDateTime::currentDateTime();
+    const QDateTime givenUp = now.addMSecs(-giveUpAfterMs.load());
+    bool closedAny = false;
+    const QList<Connection> fetched =
+        context ? context->fetchOpenConnections() : QList<Connection>();
+    for (Connection connection : fetched) {
+        if (connection.sessionID().isEmpty()
+            && (!connection.beginDate().isValid() || connection.beginDate() < givenUp)) {
+            connection.setReason(QStringLiteral("-1"));
+            connection.setFinishDate(now);
+            FXFaxReport::generateFaxReportForFax(connection.fax(), m_delegate);
+            closedAny = true;
+            continue;
+        }
+        open.append(connection);
+    }
+    if (closedAny)
+        FXCoreDataController::sharedInstance()->saveMainContext();
     if (open.isEmpty()) {
         QMetaObject::invokeMethod(this, &VXFaxSessionStateQueue::passFinished,
                                   Qt::QueuedConnection);

@@ -13,8 +13,10 @@ class VXRestConnection;
 // Follows the journal's open transmissions to their end, also those of a job that ended or of
 // an earlier run of the program: one pass at creation, then one every minute. A pass asks the
 // provider for the state of every connection without a reason (at most 500, earliest first);
-// each answer that carries a "StatusCode" closes every connection of that session with it, and
-// every answer has the fax's report made again.
+// an answer that says the session was sent or failed closes every connection of that session,
+// and every such answer has the fax's report made again. A connection that has had no session
+// for longer than the give-up time (its request never reached the provider, or the program
+// died before the provider accepted it) is closed as failed (-1) instead of being asked about.
 //
 // Lives on the main thread, like the journal.
 class VXFaxSessionStateQueue : public QObject, public VXRestConnectionDelegate
@@ -35,6 +37,8 @@ public:
 
     // The time between passes (60 s); tests shorten it. Takes effect for pollers made later.
     static void setIntervalMs(int ms);
+    // How long a connection may wait for its session (the job's give-up time, 300 s).
+    static void setGiveUpAfterMs(int ms);
 
 Q_SIGNALS:
     // Every request of a pass has been answered, has failed or has run out of time. A pass

@@ -200,6 +200,51 @@ private Q_SLOTS:
         QCOMPARE(m_simulator.sessions().size(), 2);
     }
 
+    // A session request that comes to nothing ends its receiver at once with the reason: the
+    // connection broke, or the provider did not accept it within the give-up time. The job
+    // goes on with the next receiver, and nothing stays open for the poller.
+    void unacceptedSessionRequests_data()
+    {
+        QTest::addColumn<QString>("fault");
+        QTest::addColumn<int>("giveUpMs");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("connection closed") << "close" << 0 << QString();
+        QTest::newRow("never answered")
+            << "noanswer" << 1500 << "The provider did not accept the fax within 1.5 s";
+    }
+    void unacceptedSessionRequests()
+    {
+        QFETCH(QString, fault);
+        QFETCH(int, giveUpMs);
+        QFETCH(QString, text);
+        QVERIFY(m_simulator.setFaults({{"zentari.SessionInitiate", fault}}));
+        FXFaxConnection job;
+        job.setGiveUpAfterMs(giveUpMs);
+        Recorder recorder;
+        job.setDelegate(&recorder);
+        job.startSendingFaxForPDFData(
+            letter(), {QStringLiteral("+4930555000123"), QStringLiteral("+4930555000124")});
+        QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
+
+        QList<Progress> failures;
+        for (const Progress &event : std::as_const(recorder.events)) {
+            if (event.state == -1)
+                failures.append(event);
+        }
+        QCOMPARE(failures.size(), 2);
+        for (const Progress &failure : std::as_const(failures)) {
+            QCOMPARE(failure.reason, QStringLiteral("-1"));
+            QVERIFY2(!failure.reasonTitle.isEmpty()
+                         && !failure.reasonTitle.startsWith(QLatin1String("Error Code")),
+                     qPrintable(failure.reasonTitle));
+            if (!text.isEmpty())
+                QCOMPARE(failure.reasonTitle, text);
+            const Connection connection = failure.fax.connections().first();
+            QCOMPARE(connection.reason(), QStringLiteral("-1"));
+            QVERIFY(connection.sessionID().isEmpty());
+        }
+    }
+
     void receiverRecords_data()
     {
         QTest::addColumn<QString>("document");

@@ -216,6 +216,30 @@ private Q_SLOTS:
         QCOMPARE(counting.faxes.size(), reports * 2);
     }
 
+    // A connection that never got a session is closed as failed once the give-up time is
+    // over, and no longer asked about; a younger one is still waited for.
+    void connectionsWithoutSession_data()
+    {
+        QTest::addColumn<int>("minutesAgo");
+        QTest::addColumn<bool>("closed");
+        QTest::newRow("begun ten minutes ago") << 10 << true;
+        QTest::newRow("begun just now") << 0 << false;
+    }
+    void connectionsWithoutSession()
+    {
+        QFETCH(int, minutesAgo);
+        QFETCH(bool, closed);
+        openConnections({QString()}, QDateTime::currentDateTime().addSecs(-60 * minutesAgo));
+        CountingReports counting;
+        VXFaxSessionStateQueue poller(&counting);
+        QSignalSpy finished(&poller, &VXFaxSessionStateQueue::passFinished);
+        QVERIFY(finished.wait(10000));
+        const Connection record = context()->fetchFaxes().first().connections().first();
+        QCOMPARE(record.reason(), closed ? QStringLiteral("-1") : QString());
+        QCOMPARE(counting.faxes.size(), closed ? 1 : 0);
+        QCOMPARE(polledSessionIDs().size(), closed ? 0 : 1);
+    }
+
     // After the pass at creation, passes follow at the interval while records stay open.
     void passesRepeat()
     {
