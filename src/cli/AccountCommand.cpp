@@ -137,6 +137,16 @@ int AccountCommand::run(int argc, char *argv[])
             << VXRestConnection::apiURL().toString() << '\n';
         return 1;
     }
+    if (!check.transportError().isEmpty() && check.errorCode() == 0) {
+        err << "faxolino account: no usable answer from the provider at "
+            << VXRestConnection::apiURL().toString() << ": " << check.transportError() << '\n';
+        return 1;
+    }
+    if (check.errorCode() == -1) {
+        err << "faxolino account: " << FXText("error")
+            << ": the provider's answer could not be read\n";
+        return 1;
+    }
     if (check.errorCode() == 401) {
         err << "faxolino account: " << FXText("error_auth") << '\n';
         return 1;

@@ -43,6 +43,16 @@ void FXAccountCheck::didFailWithErrorCode(qint64 code)
     }
 }
 
+void FXAccountCheck::didFailWithTransportError(const QString &errorString)
+{
+    if (m_transportError.isEmpty())
+        m_transportError = errorString;
+    if (!m_finished) {
+        m_finished = true;
+        Q_EMIT finished();
+    }
+}
+
 void FXAccountCheck::finishWhenComplete()
 {
     if (m_hasBalance && m_hasOwnUriList && !m_finished) {

@@ -23,8 +23,11 @@ public:
     bool hasOwnUriList() const { return m_hasOwnUriList; }
     const XmlRpcValue &balance() const { return m_balance; }
     const XmlRpcValue &ownUriList() const { return m_ownUriList; }
-    // The provider's error code (401: wrong credentials); 0 while none arrived.
+    // The provider's error code (401: wrong credentials; -1: an answer that could not be
+    // read); 0 while none arrived.
     qint64 errorCode() const { return m_errorCode; }
+    // Why a request got no complete answer (refused, broken off, too large); empty otherwise.
+    QString transportError() const { return m_transportError; }
 
     // The records of an "OwnUriList" answer that are fax lines: "TOS" holds "fax", and there
     // is a number ("E164Out") to send from.
@@ -46,6 +49,7 @@ private:
     void didReceiveBalance(const XmlRpcValue &value) override;
     void didReceiveOwnUriList(const XmlRpcValue &value) override;
     void didFailWithErrorCode(qint64 code) override;
+    void didFailWithTransportError(const QString &errorString) override;
     void finishWhenComplete();
 
     XmlRpcValue m_balance;
@@ -54,4 +58,5 @@ private:
     bool m_hasOwnUriList = false;
     bool m_finished = false;
     qint64 m_errorCode = 0;
+    QString m_transportError;
 };

@@ -81,6 +81,39 @@ private Q_SLOTS:
                                         << "no account configured"
                                         << "";
     }
+    // A provider that answers, but with nothing usable, is not said to be silent.
+    void refusedAnswers_data()
+    {
+        QTest::addColumn<QString>("fault");
+        QTest::addColumn<QString>("error");
+        QTest::newRow("too large") << "huge-declared"
+                                   << "The answer is larger than";
+        QTest::newRow("cut in half") << "truncated"
+                                     << "the provider's answer could not be read";
+        QTest::newRow("connection closed") << "close"
+                                           << "no usable answer from the provider at";
+    }
+    void refusedAnswers()
+    {
+        QFETCH(QString, fault);
+        QFETCH(QString, error);
+        FBUserDefaults::setObject(QStringLiteral("demo"), kUsernameKey);
+        FXError keychainError;
+        QVERIFY(KeychainUtils::storeUsername(QStringLiteral("password"), QStringLiteral("secret"),
+                                             QStringLiteral("voxaria Fax"), QString(), true,
+                                             &keychainError));
+        QVERIFY(m_simulator.setFaults({{"zentari.BalanceGet", fault}}));
+        QProcess process;
+        process.start(TestEnvironment::binDir() + QStringLiteral("/faxolino"),
+                      {QStringLiteral("account")});
+        QVERIFY(process.waitForFinished(120000));
+        QVERIFY(m_simulator.setFaults({{"zentari.BalanceGet", QString()}}));
+        const QString err = QString::fromUtf8(process.readAllStandardError());
+        QCOMPARE(process.exitCode(), 1);
+        QVERIFY2(err.contains(error), qPrintable(err));
+        QVERIFY2(!err.contains(QLatin1String("no answer from")), qPrintable(err));
+    }
+
     void run()
     {
         QFETCH(bool, stored);
