@@ -7,7 +7,12 @@
 #include <QSet>
 #include <QUrl>
 
+#include <algorithm>
+#include <atomic>
+
 namespace {
+
+std::atomic<qint64> totalBytes{FXVCardAddressBookSource::defaultTotalBytes};
 
 constexpr int maxFolderDepth = 2;
 
@@ -105,6 +110,11 @@ void FXVCardAddressBookSource::collectFolder(const QString &folder, int depth, Q
     }
 }
 
+void FXVCardAddressBookSource::setTotalBytes(qint64 bytes)
+{
+    totalBytes = bytes > 0 ? bytes : defaultTotalBytes;
+}
+
 bool FXVCardAddressBookSource::rescan()
 {
     m_dirty = false;
@@ -135,8 +145,23 @@ bool FXVCardAddressBookSource::rescan()
 
     bool anyChange = false;
     QHash<QString, CachedFile> current;
-    for (const QString &file : std::as_const(files)) {
+    qint64 budget = totalBytes.load();
+    for (qsizetype i = 0; i < files.size(); ++i) {
+        const QString &file = files.at(i);
         const QFileInfo info(file);
+        budget -= std::max<qint64>(info.size(), 0);
+        if (budget < 0) {
+            if (!m_reportedBudget) {
+                m_reportedBudget = true;
+                qCWarning(lcRecipients,
+                          "The vCard files hold more than %lld bytes in all; %s and the %lld "
+                          "files after it are ignored",
+                          static_cast<long long>(totalBytes.load()), qUtf8Printable(file),
+                          static_cast<long long>(files.size() - i - 1));
+            }
+            files.resize(i);
+            break;
+        }
         CachedFile cached = m_files.take(file);
         const bool unchanged = cached.size == info.size() && cached.modified == info.lastModified()
                                && cached.metadataChanged == info.metadataChangeTime();

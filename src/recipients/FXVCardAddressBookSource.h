@@ -21,6 +21,11 @@ class FXVCardAddressBookSource : public FXAddressBookSource
 public:
     // Beyond this many files in all listed folders the rest are ignored.
     static constexpr int maxFiles = 100000;
+    // All listed files together are read up to this many bytes; the files beyond it are
+    // ignored, in the order they are listed. A vCard takes several times its size in memory.
+    static constexpr qint64 defaultTotalBytes = 64 * 1024 * 1024;
+    // Tests make the budget small; 0 or less restores the default.
+    static void setTotalBytes(qint64 bytes);
     // Quiet time after the last event in a folder before it is looked at again: a writer
     // replacing a file produces several events.
     static constexpr int rescanDelayMs = 50;
@@ -63,5 +68,6 @@ private:
     QHash<QString, CachedFile> m_files;
     QList<FXAddressBookPerson> m_people;
     QSet<QString> m_reportedMissing;
+    bool m_reportedBudget = false;
     bool m_dirty = true;
 };

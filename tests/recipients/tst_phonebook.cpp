@@ -12,7 +12,9 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 
 namespace {
@@ -305,6 +307,27 @@ private Q_SLOTS:
         // Gone again before the folder is read: nothing to announce.
         QVERIFY(name.contains(u'.') ? QFile::remove(path) : QDir().rmdir(path));
         QTRY_VERIFY_WITH_TIMEOUT(!source->isRescanPending(), watchTimeoutMs);
+    }
+
+    // The vCard files are read up to a total budget; the files beyond it are left out with a
+    // warning, so that a huge address book cannot take all memory.
+    void vCardFilesHaveATotalBudget()
+    {
+        QTemporaryDir dir;
+        for (int i = 1; i <= 3; ++i) {
+            QVERIFY(writeFile(dir.filePath(QStringLiteral("%1.vcf").arg(i)),
+                              card(QStringLiteral("budget-%1").arg(i).toUtf8(), "Budget;Bea",
+                                   QStringLiteral("030 55%1").arg(i).toUtf8())));
+        }
+        const qint64 one = QFileInfo(dir.filePath(QStringLiteral("1.vcf"))).size();
+        FXVCardAddressBookSource::setTotalBytes(2 * one + one / 2);
+        LogCapture log;
+        FXVCardAddressBookSource source;
+        source.setPaths({dir.path()});
+        const QList<FXAddressBookPerson> people = source.people();
+        FXVCardAddressBookSource::setTotalBytes(0);
+        QCOMPARE(people.size(), 2);
+        QVERIFY(log.contains(QStringLiteral("the 0 files after it are ignored")));
     }
 
     void changedSettingIsFollowed()
