@@ -250,6 +250,11 @@ void VXTransfer::onFinished()
     if (!m_breakOffReason.isEmpty()) {
         result.transportError = true;
         result.errorString = m_breakOffReason;
+    } else if (error == QNetworkReply::OperationCanceledError) {
+        // Nothing here aborts without a reason: this is Qt's inactivity timeout.
+        result.transportError = true;
+        result.errorString =
+            QStringLiteral("The request timed out after %1 ms without progress").arg(timeoutMs());
     } else if (error != QNetworkReply::NoError && !(status.isValid() && isHttpStatusError(error))) {
         result.transportError = true;
         result.errorString = reply->errorString();
