@@ -15,6 +15,7 @@
 #include <system_error>
 
 #include <fcntl.h>
+#include <signal.h>
 #include <unistd.h>
 
 namespace {
@@ -31,6 +32,19 @@ QString supportFile(const QString &name)
 {
     const QString folder = FBApplicationHelper::applicationSupportFolder();
     return folder.isEmpty() ? QString() : QDir(folder).filePath(name);
+}
+
+// The fixed working files live in a folder of this process's own, so that two processes (the
+// application and a command, or two commands) never write each other's scratch files.
+QString workingFile(const QString &name)
+{
+    const QString folder = FXFaxFileManager::workingFolder();
+    return folder.isEmpty() ? QString() : QDir(folder).filePath(name);
+}
+
+bool isRunning(qint64 pid)
+{
+    return pid > 0 && (::kill(pid_t(pid), 0) == 0 || errno == EPERM);
 }
 
 QUrl urlFor(const QString &path)
@@ -121,7 +135,7 @@ void deleteIfDeletable(const QString &path)
 
 QString FXFaxFileManager::filePathForProcessedFaxFile()
 {
-    return supportFile(processedFaxFileName);
+    return workingFile(processedFaxFileName);
 }
 
 QUrl FXFaxFileManager::fileURLForProcessedFaxFile()
@@ -136,7 +150,7 @@ QString FXFaxFileManager::writeProcessedFaxFileForData(const QByteArray &data)
 
 QString FXFaxFileManager::filePathForFaxCover()
 {
-    return supportFile(coverFileName);
+    return workingFile(coverFileName);
 }
 
 QUrl FXFaxFileManager::fileURLForFaxCover()
@@ -151,7 +165,7 @@ QString FXFaxFileManager::writeFaxCoverFileForData(const QByteArray &data)
 
 QString FXFaxFileManager::filePathForFaxMerge()
 {
-    return supportFile(mergeFileName);
+    return workingFile(mergeFileName);
 }
 
 QUrl FXFaxFileManager::fileURLForFaxMerge()
@@ -161,7 +175,7 @@ QUrl FXFaxFileManager::fileURLForFaxMerge()
 
 QString FXFaxFileManager::filePathForFaxAppend()
 {
-    return supportFile(appendFileName);
+    return workingFile(appendFileName);
 }
 
 QUrl FXFaxFileManager::fileURLForFaxAppend()
@@ -176,7 +190,7 @@ QString FXFaxFileManager::writeFaxAppendFileForData(const QByteArray &data)
 
 QString FXFaxFileManager::filePathForOriginale()
 {
-    return supportFile(originaleFileName);
+    return workingFile(originaleFileName);
 }
 
 QUrl FXFaxFileManager::fileURLForOriginale()
@@ -191,7 +205,7 @@ QString FXFaxFileManager::writeOriginaleFileForData(const QByteArray &data)
 
 QString FXFaxFileManager::filePathForReport()
 {
-    return supportFile(reportFileName);
+    return workingFile(reportFileName);
 }
 
 QString FXFaxFileManager::writeReportFileForData(const QByteArray &data)
@@ -201,7 +215,7 @@ QString FXFaxFileManager::writeReportFileForData(const QByteArray &data)
 
 QString FXFaxFileManager::filePathForScanned()
 {
-    return supportFile(scannedFileName);
+    return workingFile(scannedFileName);
 }
 
 QUrl FXFaxFileManager::fileURLForScanned()
@@ -220,6 +234,37 @@ QString FXFaxFileManager::temporarySendFaxFileNameForDate(const QDateTime &date,
 {
     return QStringLiteral("%1-%2.pdf")
         .arg(date.toString(QStringLiteral("yyyy-MM-dd_HH-mm-ss")), number);
+}
+
+QString FXFaxFileManager::workingFolder()
+{
+    const QString support = FBApplicationHelper::applicationSupportFolder();
+    if (support.isEmpty())
+        return QString();
+    const QString root = QDir(support).filePath(QStringLiteral("Working"));
+    const QString folder = QDir(root).filePath(QString::number(::getpid()));
+    // Made again whenever it is missing: the data folder may be replaced (tests do so).
+    if (!QFileInfo(folder).isDir()) {
+        removeStaleWorkingFolders();
+        QDir().mkpath(folder);
+        QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::WriteOwner
+                                          | QFileDevice::ExeOwner);
+    }
+    return folder;
+}
+
+void FXFaxFileManager::removeStaleWorkingFolders()
+{
+    const QString support = FBApplicationHelper::applicationSupportFolder();
+    if (support.isEmpty())
+        return;
+    QDir root(QDir(support).filePath(QStringLiteral("Working")));
+    for (const QString &entry : root.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        bool isNumber = false;
+        const qint64 pid = entry.toLongLong(&isNumber);
+        if (isNumber && !isRunning(pid))
+            QDir(root.filePath(entry)).removeRecursively();
+    }
 }
 
 FXFaxFileManager::ReportFolder FXFaxFileManager::storedReportFolder(QString *folder)
@@ -303,7 +348,7 @@ void FXFaxFileManager::deleteAllTempFiles()
 {
     for (const QString &name : {appendFileName, coverFileName, mergeFileName, originaleFileName,
                                 processedFaxFileName, reportFileName, scannedFileName})
-        deleteIfDeletable(supportFile(name));
+        deleteIfDeletable(workingFile(name));
 }
 
 void FXFaxFileManager::deleteFaxCoverFile()

@@ -7,13 +7,22 @@
 
 #include <optional>
 
-// Names every working file of the send workflow and keeps the working folder clean. All
-// working files lie directly in the application support folder under fixed names beginning
-// with an underscore, so at most one of each kind exists at a time. Stateless; callers use it
-// from the main thread (the processed fax file and the merge file are shared scratch files).
+// Names every working file of the send workflow and keeps the working folder clean. The
+// working files have fixed names beginning with an underscore, so at most one of each kind
+// exists at a time in a process. Deliberately, they lie in a working folder of the process's
+// own below the application support folder, not in that folder itself: the application, the
+// poller of a command and a second command each wrote the others' merge and report files,
+// losing and mixing up reports. The support folder keeps the journal and the per-fax copies.
+// Callers use it from the main thread (the processed fax file and the merge file are the
+// process's shared scratch files).
 class FXFaxFileManager
 {
 public:
+    // "Working/<pid>" in the application support folder, made (mode 0700) when missing; the
+    // folders of processes that have ended are removed then.
+    static QString workingFolder();
+    static void removeStaleWorkingFolders();
+
     // The document as it will be transmitted: "_processedFaxFile.pdf".
     static QString filePathForProcessedFaxFile();
     static QUrl fileURLForProcessedFaxFile();

@@ -213,6 +213,7 @@ void FXFaxConnection::sendPreparedFax(const PreparedFax &prepared)
     connection.setPages(prepared.pageCount);
     saveJournal();
     _currentConnection = connection;
+    m_claim.claim(connection);
 
     m_inSession = true;
     if (prepared.pageCount <= 0) {
@@ -344,6 +345,7 @@ void FXFaxConnection::handleSentAndFailedStatus(const XmlRpcValue &status, const
     _currentConnection.setReason(sent ? QStringLiteral("0") : QString::number(code));
     _currentConnection.setFinishDate(QDateTime::currentDateTime());
     saveJournal();
+    m_claim.release();
     if (!_currentFax.isNull() && m_reportDelegate)
         FXFaxReport::generateFaxReportForFax(_currentFax, m_reportDelegate);
 

@@ -3,6 +3,7 @@
 #include "journal/Connection.h"
 #include "journal/Fax.h"
 #include "provider/VXRestConnectionDelegate.h"
+#include "sending/FXConnectionClaim.h"
 #include "sending/FXFaxConnectionDelegate.h"
 
 #include <QByteArray>
@@ -144,6 +145,8 @@ private:
     FXFaxConnectionDelegate *_delegate = nullptr;
     Fax _currentFax;
     Connection _currentConnection;
+    // Keeps the poller away from the connection while this job follows it.
+    FXConnectionClaim m_claim;
     QByteArray _pdfData;
     QString _destinationNumber;
     QString _sessionID;

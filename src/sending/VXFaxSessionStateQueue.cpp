@@ -4,6 +4,7 @@
 #include "journal/FXCoreDataController.h"
 #include "journal/FXManagedObjectContext.h"
 #include "provider/VXRestConnection.h"
+#include "sending/FXConnectionClaim.h"
 #include "sending/FXFaxConnection.h"
 #include "sending/FXFaxReport.h"
 
@@ -66,6 +67,9 @@ void VXFaxSessionStateQueue::updateOpenSessionStates()
     const QList<Connection> fetched =
         context ? context->fetchOpenConnections() : QList<Connection>();
     for (Connection connection : fetched) {
+        // A job is following it; its outcome is the job's to record.
+        if (FXConnectionClaim::isClaimed(connection))
+            continue;
         if (connection.sessionID().isEmpty()
             && (!connection.beginDate().isValid() || connection.beginDate() < givenUp)) {
             connection.setReason(QStringLiteral("-1"));
@@ -114,6 +118,8 @@ void VXFaxSessionStateQueue::didReceiveSessionStatus(const XmlRpcValue &status,
                            : hasCode ? reasonForStatusCode(status["StatusCode"])
                                      : QString();
     for (Connection connection : context->fetchConnectionsWithSessionID(forID)) {
+        if (FXConnectionClaim::isClaimed(connection))
+            continue;
         if (!reason.isNull())
             connection.setReason(reason);
         FXFaxReport::generateFaxReportForFax(connection.fax(), m_delegate);

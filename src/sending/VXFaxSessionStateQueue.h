@@ -17,6 +17,7 @@ class VXRestConnection;
 // and every such answer has the fax's report made again. A connection that has had no session
 // for longer than the give-up time (its request never reached the provider, or the program
 // died before the provider accepted it) is closed as failed (-1) instead of being asked about.
+// A connection that a running job claims (FXConnectionClaim) is left to that job.
 //
 // Lives on the main thread, like the journal.
 class VXFaxSessionStateQueue : public QObject, public VXRestConnectionDelegate

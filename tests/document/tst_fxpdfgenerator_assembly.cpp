@@ -4,6 +4,7 @@
 #include "TestEnvironment.h"
 #include "foundation/FBApplicationHelper.h"
 #include "foundation/FBUserDefaults.h"
+#include "foundation/FXFaxFileManager.h"
 
 #include <QDir>
 #include <QJsonArray>
@@ -88,10 +89,7 @@ class TestFXPDFGeneratorAssembly : public QObject
     {
         return TestEnvironment::dataDir() + "/document/" + name + ".pdf";
     }
-    static QString mergeFile()
-    {
-        return FBApplicationHelper::applicationSupportFolder() + "/_merge.pdf";
-    }
+    static QString mergeFile() { return FXFaxFileManager::filePathForFaxMerge(); }
     QString work(const QString &name) const { return m_work->filePath(name); }
     // A writable copy of a fixture; "missing" stays missing.
     QUrl input(const QString &name) const

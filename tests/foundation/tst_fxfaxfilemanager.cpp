@@ -4,9 +4,12 @@
 #include "foundation/FBUserDefaults.h"
 #include "foundation/FXFaxFileManager.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QTest>
+
+#include <unistd.h>
 
 namespace {
 
@@ -45,10 +48,27 @@ QString inSupport(const QString &name)
     return QDir(supportFolder()).filePath(name);
 }
 
-QStringList supportFolderEntries()
+QString inWorking(const QString &name)
 {
-    return QDir(supportFolder())
-        .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
+    return QDir(FM::workingFolder()).filePath(name);
+}
+
+// A name starting with "_" is a working file; anything else lies in the support folder.
+QString pathOf(const QString &name)
+{
+    return name.startsWith(u'_') ? inWorking(name) : inSupport(name);
+}
+
+// What lies in the working folder and, apart from it, in the support folder.
+QStringList entries()
+{
+    const auto list = [](const QString &folder) {
+        return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    };
+    QStringList all = list(FM::workingFolder()) + list(supportFolder());
+    all.removeAll(QStringLiteral("Working"));
+    all.sort();
+    return all;
 }
 
 } // namespace
@@ -76,7 +96,7 @@ private Q_SLOTS:
     {
         QFETCH(int, index);
         const WorkingFile &file = fixedFiles[index];
-        const QString expected = inSupport(QLatin1String(file.name));
+        const QString expected = inWorking(QLatin1String(file.name));
         QCOMPARE(file.path(), expected);
         if (file.url)
             QCOMPARE(file.url(), QUrl::fromLocalFile(expected));
@@ -88,14 +108,30 @@ private Q_SLOTS:
         QCOMPARE(TestEnvironment::readFile(expected), QByteArray("%PDF-1.4 first"));
         QCOMPARE(file.write(QByteArray("%PDF second")), expected);
         QCOMPARE(TestEnvironment::readFile(expected), QByteArray("%PDF second"));
-        QCOMPARE(supportFolderEntries(), QStringList(QLatin1String(file.name)));
+        QCOMPARE(entries(), QStringList(QLatin1String(file.name)));
+    }
+
+    // Each process has a working folder of its own; those of processes that ended go.
+    void workingFolders()
+    {
+        QCOMPARE(FM::workingFolder(),
+                 inSupport(QStringLiteral("Working/%1").arg(QCoreApplication::applicationPid())));
+        const QString root = inSupport(QStringLiteral("Working"));
+        const QString ended = root + QStringLiteral("/4194305"); // above any pid Linux gives
+        const QString running = root + QStringLiteral("/%1").arg(::getppid());
+        QVERIFY(QDir().mkpath(ended + QStringLiteral("/inside")));
+        QVERIFY(QDir().mkpath(running));
+        FM::removeStaleWorkingFolders();
+        QVERIFY(!QFileInfo::exists(ended));
+        QVERIFY(QFileInfo::exists(running));
+        QVERIFY(QFileInfo::exists(FM::workingFolder()));
     }
 
     void writeFailureStillAnswersThePath()
     {
-        QVERIFY(QDir().mkpath(inSupport(QStringLiteral("_cover.pdf"))));
-        QCOMPARE(FM::writeFaxCoverFileForData("x"), inSupport(QStringLiteral("_cover.pdf")));
-        QVERIFY(QFileInfo(inSupport(QStringLiteral("_cover.pdf"))).isDir());
+        QVERIFY(QDir().mkpath(inWorking(QStringLiteral("_cover.pdf"))));
+        QCOMPARE(FM::writeFaxCoverFileForData("x"), inWorking(QStringLiteral("_cover.pdf")));
+        QVERIFY(QFileInfo(inWorking(QStringLiteral("_cover.pdf"))).isDir());
     }
 
     // Two faxes to one number in one second get names of their own, also across processes
@@ -240,15 +276,15 @@ private Q_SLOTS:
         QFETCH(int, errors);
         QVERIFY(QDir().mkpath(supportFolder()));
         for (const QString &name : std::as_const(files)) {
-            QFile file(inSupport(name));
+            QFile file(pathOf(name));
             QVERIFY(file.open(QIODevice::WriteOnly));
             file.write("%PDF");
         }
         if (!readOnly.isEmpty())
-            QVERIFY(QFile::setPermissions(inSupport(readOnly),
+            QVERIFY(QFile::setPermissions(pathOf(readOnly),
                                           QFile::ReadOwner | QFile::ReadGroup | QFile::ReadOther));
         if (!folder.isEmpty())
-            QVERIFY(QDir().mkpath(inSupport(folder + "/inside")));
+            QVERIFY(QDir().mkpath(pathOf(folder + "/inside")));
 
         LogCapture log;
         if (coverOnly)
@@ -256,7 +292,7 @@ private Q_SLOTS:
         else
             FM::deleteAllTempFiles();
         remaining.sort();
-        QCOMPARE(supportFolderEntries(), remaining);
+        QCOMPARE(entries(), remaining);
         QCOMPARE(log.messages().size(), errors);
         QCOMPARE(log.count("Error removing file at path: "), errors);
         // The line names the reason, not the file.

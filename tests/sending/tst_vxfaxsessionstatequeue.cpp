@@ -5,6 +5,7 @@
 #include "journal/Connection.h"
 #include "journal/FXCoreDataController.h"
 #include "journal/FXManagedObjectContext.h"
+#include "sending/FXConnectionClaim.h"
 #include "sending/FXFaxReport.h"
 #include "sending/VXFaxSessionStateQueue.h"
 
@@ -238,6 +239,37 @@ private Q_SLOTS:
         QCOMPARE(record.reason(), closed ? QStringLiteral("-1") : QString());
         QCOMPARE(counting.faxes.size(), closed ? 1 : 0);
         QCOMPARE(polledSessionIDs().size(), closed ? 0 : 1);
+    }
+
+    // A connection a running job claims is left to it, here or in another process: neither
+    // asked about nor closed, also past the give-up time. Released, the poller takes it over.
+    void claimedConnectionsAreLeftToTheirJob()
+    {
+        const QList<Connection> made = openConnections({QStringLiteral("followed"), QString()},
+                                                       QDateTime::currentDateTime().addSecs(-600));
+        QVERIFY(m_simulator->setFaults({{"zentari.SessionStatusGet", statusAnswer("sent", 200)}}));
+        FXConnectionClaim first;
+        FXConnectionClaim second;
+        QVERIFY(first.claim(made.at(0)));
+        QVERIFY(second.claim(made.at(1)));
+        QVERIFY(!FXConnectionClaim().claim(made.at(0)));
+        {
+            CountingReports counting;
+            VXFaxSessionStateQueue poller(&counting);
+            QSignalSpy finished(&poller, &VXFaxSessionStateQueue::passFinished);
+            QVERIFY(finished.wait(10000));
+            QVERIFY(polledSessionIDs().isEmpty());
+            QCOMPARE(context()->fetchOpenConnections().size(), 2);
+            QVERIFY(counting.faxes.isEmpty());
+        }
+        first.release();
+        second.release();
+        CountingReports counting;
+        VXFaxSessionStateQueue poller(&counting);
+        QSignalSpy finished(&poller, &VXFaxSessionStateQueue::passFinished);
+        QVERIFY(finished.wait(10000));
+        QVERIFY(context()->fetchOpenConnections().isEmpty());
+        QCOMPARE(counting.faxes.size(), 2);
     }
 
     // After the pass at creation, passes follow at the interval while records stay open.
