@@ -6,9 +6,11 @@
 #include "foundation/FBApplicationHelper.h"
 #include "foundation/FBUserDefaults.h"
 #include "recipients/FXPhoneNumber.h"
+#include "recipients/PhoneBook.h"
 #include "sending/FXCoverPage.h"
 #include "sending/FXFaxConnection.h"
 #include "sending/FXFaxReportStore.h"
+#include "sending/FXReceiverCheck.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -264,14 +266,33 @@ int SendCommand::run(int argc, char *argv[])
     if (files.size() != 1)
         return setupError(err, QStringLiteral("name one PDF document to send"), true);
 
+    // Every receiver is checked before anything is sent; the phone book is read only for
+    // receivers that may be names.
     QStringList numbers;
+    QVariantList receivers;
+    const QString region = FXPhoneNumber::region();
     for (const QString &typed : parser.values(toOption)) {
-        const QString number = FXPhoneNumber::unifiedPhoneNumber(typed);
-        if (!std::any_of(number.cbegin(), number.cend(), [](QChar c) { return c.isDigit(); })) {
-            return setupError(
-                err, QStringLiteral("\"%1\" is not a fax number: it has no digit").arg(typed));
+        const QList<PhoneBookEntryPtr> phoneBook = FXReceiverCheck::mayBeName(typed)
+                                                       ? PhoneBook::sharedInstance()->allEntries()
+                                                       : QList<PhoneBookEntryPtr>();
+        const FXReceiverCheck::Result receiver = FXReceiverCheck::check(typed, phoneBook, region);
+        switch (receiver.kind) {
+        case FXReceiverCheck::Result::Number:
+            receivers << receiver.number;
+            break;
+        case FXReceiverCheck::Result::Entry:
+            receivers << QVariantMap{{QStringLiteral("unifiedPhoneNumber"), receiver.number},
+                                     {QStringLiteral("uniqueID"), receiver.entry->uniqueID()},
+                                     {QStringLiteral("ABRecordID"), receiver.entry->ABRecordID()}};
+            break;
+        case FXReceiverCheck::Result::Ambiguous:
+            return setupError(err, QStringLiteral("\"%1\" names more than one entry of the "
+                                                  "phone book; give the number instead:\n  %2")
+                                       .arg(typed, receiver.candidates.join(u"\n  ")));
+        case FXReceiverCheck::Result::Refused:
+            return setupError(err, receiver.problem);
         }
-        numbers << number;
+        numbers << receiver.number;
     }
     if (numbers.isEmpty())
         return setupError(err, QStringLiteral("no receivers; name each one with --to NUMBER"),
@@ -360,9 +381,6 @@ int SendCommand::run(int argc, char *argv[])
         << numbers.size() << (numbers.size() == 1 ? " receiver\n" : " receivers\n");
     out.flush();
     progress.begin();
-    QVariantList receivers;
-    for (const QString &number : std::as_const(numbers))
-        receivers << number;
     job.startSendingFaxForPDFData(document, receivers);
     return QCoreApplication::exec();
 }

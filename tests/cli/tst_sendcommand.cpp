@@ -106,6 +106,26 @@ private Q_SLOTS:
         FBUserDefaults::setObject((TestEnvironment::root() + QStringLiteral("/reports")).toUtf8(),
                                   kFaxReportSavePathDataKey);
         FBLocalization::installCoreCatalog(QLocale(QLocale::English));
+        // A phone book: one Anna, and a Tom with two numbers.
+        const QString contacts = m_dir.filePath(QStringLiteral("contacts.vcf"));
+        QFile file(contacts);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("BEGIN:VCARD\r\nVERSION:3.0\r\nUID:anna\r\nN:Beispiel;Anna\r\n"
+                   "FN:Anna Beispiel\r\nTEL;TYPE=fax:+49 30 555007123\r\nEND:VCARD\r\n"
+                   "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:tom\r\nN:Muster;Tom\r\n"
+                   "FN:Tom Muster\r\nTEL;TYPE=fax:+49 30 555008123\r\n"
+                   "TEL;TYPE=work:+49 30 555008124\r\nEND:VCARD\r\n");
+        file.close();
+        FBUserDefaults::setObject(QStringList{contacts}, kVCardSourcesKey);
+    }
+
+    // A name that one entry of the phone book has stands for that entry's number.
+    void receiverByName()
+    {
+        const Result result = run({QStringLiteral("send"), QStringLiteral("--to"),
+                                   QStringLiteral("anna beispiel"), letter()});
+        QVERIFY2(result.exitCode == 0, qPrintable(result.out + result.err));
+        QCOMPARE(journalLines(QStringLiteral("0555007123")).size(), 1);
     }
 
     void init()
@@ -135,8 +155,20 @@ private Q_SLOTS:
                                     << "is not a readable PDF document";
         QTest::newRow("empty file") << QStringList{to, number, empty} << true << "is empty";
         QTest::newRow("no receivers") << QStringList{letter()} << true << "no receivers";
+        const QString neither =
+            QStringLiteral("is neither a name in the phone book nor a fax number");
         QTest::newRow("number without digit")
-            << QStringList{to, "fax-me", letter()} << true << "\"fax-me\" is not a fax number";
+            << QStringList{to, "fax-me", letter()} << true << "\"fax-me\" " + neither;
+        // Words around a digit were faxed to the digit.
+        QTest::newRow("a name that is no entry")
+            << QStringList{to, "Person 1", letter()} << true << "\"Person 1\" " + neither;
+        QTest::newRow("words around a number")
+            << QStringList{to, "Room 5 Annex", letter()} << true << "\"Room 5 Annex\" " + neither;
+        QTest::newRow("too short for a number")
+            << QStringList{to, "1", letter()} << true << "\"1\" is not a possible fax number";
+        QTest::newRow("two entries of that name")
+            << QStringList{to, "tom muster", letter()} << true
+            << "\"tom muster\" names more than one entry of the phone book";
         QTest::newRow("no document") << QStringList{to, number} << true << "name one PDF document";
         QTest::newRow("give up at once")
             << QStringList{to, number, "--give-up-after", "0", letter()} << true
