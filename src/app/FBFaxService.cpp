@@ -2,6 +2,7 @@
 
 #include "app/FBFaxCommand.h"
 #include "app/FBFaxDocumentTarget.h"
+#include "foundation/FBRegularFile.h"
 #include "foundation/FXLogging.h"
 
 #include <QDBusConnection>
@@ -14,6 +15,8 @@
 namespace {
 
 const QString invalidArgumentError = QStringLiteral("org.voxaria.Faxolino.Error.InvalidArgument");
+constexpr qint64 kMaximumDocumentBytes = 512LL * 1024 * 1024;
+constexpr qint64 kHeaderWindow = 1024;
 
 bool isFileCommand(const QString &code)
 {
@@ -89,15 +92,22 @@ void FBFaxService::perform(const QString &code, const QString &name, const QStri
     command.performDefaultImplementation();
 }
 
-// A missing file is passed on: the controller tells the user it cannot be read.
+// Anybody on the session bus may call: a document is checked before anything reads or copies
+// it, and a refusal is the caller's error reply.
 bool FBFaxService::acceptPath(const QString &path)
 {
     QString problem;
-    const QFileInfo info(path);
-    if (path.isEmpty() || !QDir::isAbsolutePath(path))
+    QFile file;
+    if (path.isEmpty() || !QDir::isAbsolutePath(path)) {
         problem = QStringLiteral("the path must be absolute");
-    else if (info.exists() && !info.isFile())
-        problem = QStringLiteral("not a regular file");
+    } else if (!FBRegularFile::openForReading(path, &file, &problem)) {
+        // Missing, unreadable, or no regular file: the reason is in `problem`.
+    } else if (file.size() > kMaximumDocumentBytes) {
+        problem = QStringLiteral("larger than %1 bytes").arg(kMaximumDocumentBytes);
+    } else if (!file.read(kHeaderWindow).contains("%PDF")) {
+        // PDF readers accept the header anywhere in the first kilobyte.
+        problem = QStringLiteral("not a PDF document");
+    }
     if (problem.isEmpty())
         return true;
 

@@ -11,9 +11,10 @@ inline constexpr char kFaxServicePath[] = "/org/voxaria/Faxolino";
 inline constexpr char kFaxServiceInterface[] = "org.voxaria.Faxolino";
 
 // The scripting entry on the session bus. Every method becomes a scripting command
-// (FBFaxCommand) or an "open file" request on the application controller. Paths must be
-// absolute; devices, pipes and folders are refused before they reach the controller, whose
-// reads would otherwise block or never end.
+// (FBFaxCommand) or an "open file" request on the application controller. A document must be
+// an absolute path to a regular file of at most 512 MB with "%PDF" in its first kilobyte;
+// anything else (missing files, devices, pipes, folders, huge files) is refused with an error
+// reply before it reaches the controller, whose reads would otherwise block or never end.
 //
 // The slots are named as they appear on the bus.
 class FBFaxService : public QObject, protected QDBusContext

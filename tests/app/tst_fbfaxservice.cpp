@@ -109,10 +109,6 @@ private Q_SLOTS:
             << QStringList() << dialLine.arg(QLatin1String("Command"), QLatin1String("x y"));
         QTest::newRow("open file")
             << "OpenFile" << QVariantList{doc} << QStringList{"openFile " + doc + " "} << QString();
-        // The controller tells the user about a file it cannot read.
-        QTest::newRow("missing file")
-            << "FaxFile" << QVariantList{QStringLiteral("/nonexistent.pdf"), QString()}
-            << QStringList{"newFaxForFile /nonexistent.pdf "} << QString();
     }
     void commands()
     {
@@ -148,6 +144,22 @@ private Q_SLOTS:
                                 << QVariantList{QStringLiteral("faxd"), m_dir.path(),
                                                 QVariantMap()};
         QTest::newRow("pipe") << "OpenFile" << QVariantList{fifo};
+        QTest::newRow("missing file")
+            << "FaxFile" << QVariantList{QStringLiteral("/nonexistent.pdf"), QString()};
+        const QString text = m_dir.filePath(QStringLiteral("notes.pdf"));
+        QFile notes(text);
+        notes.open(QIODevice::WriteOnly);
+        notes.write(QByteArray(1024, ' ') + "%PDF-1.4 too late\n");
+        notes.close();
+        QTest::newRow("no PDF header in the first kilobyte") << "OpenFile" << QVariantList{text};
+        // Sparse: it takes no room, only time to copy, on the main thread.
+        const QString huge = m_dir.filePath(QStringLiteral("huge.pdf"));
+        QFile big(huge);
+        big.open(QIODevice::WriteOnly);
+        big.write("%PDF-1.4\n");
+        big.resize(512LL * 1024 * 1024 + 1);
+        big.close();
+        QTest::newRow("larger than 512 MB") << "FaxFile" << QVariantList{huge, QString()};
     }
     void refusedPaths()
     {
