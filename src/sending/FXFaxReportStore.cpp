@@ -3,11 +3,16 @@
 #include "document/FXPDFGenerator.h"
 #include "foundation/FBUserDefaults.h"
 #include "foundation/FXFaxFileManager.h"
+#include "journal/Connection.h"
 #include "journal/FXCoreDataController.h"
 #include "sending/FXReportRenderer.h"
 
+#include <QDateTime>
+#include <QFile>
 #include <QFileInfo>
+
 #include <QUrl>
+#include <algorithm>
 
 FXFaxReportStore *FXFaxReportStore::sharedInstance()
 {
@@ -32,14 +37,25 @@ void FXFaxReportStore::saveFaxReport(const QByteArray &pdfData, const Fax &forFa
     // falls back to "Documents" when none was chosen.
     const QUrl target = QUrl::fromLocalFile(reportPathForFax(forFax));
     QList<QUrl> sources{QUrl::fromLocalFile(report)};
-    if (FBUserDefaults::boolForKey(kSaveSendDocumentKey)) {
+    const QString copy = FXFaxFileManager::filePathForTemporarySendFaxFile(forFax.file());
+    const bool withPages = FBUserDefaults::boolForKey(kSaveSendDocumentKey);
+    const bool hasCopy = !copy.isEmpty() && QFileInfo(copy).size() > 0;
+    if (withPages) {
         // The fax's own copy of what was sent: the same pages as the processed fax file while
         // the job runs, and still the right ones when the poller reports after a restart.
-        const QString copy = FXFaxFileManager::filePathForTemporarySendFaxFile(forFax.file());
-        sources.append(!copy.isEmpty() && QFileInfo::exists(copy)
-                           ? QUrl::fromLocalFile(copy)
-                           : FXFaxFileManager::fileURLForProcessedFaxFile());
+        sources.append(hasCopy ? QUrl::fromLocalFile(copy)
+                               : FXFaxFileManager::fileURLForProcessedFaxFile());
     }
+    const QDateTime before = QFileInfo(target.toLocalFile()).lastModified();
     FXPDFGenerator::combinePDFURLs(sources, target, true);
     FXCoreDataController::sharedInstance()->saveMainContext();
+
+    // Once the fax is closed and its stored report holds the pages, the copy has served: the
+    // report is where they are taken from again. Copies would otherwise pile up, one a fax.
+    const QFileInfo stored(target.toLocalFile());
+    const QList<Connection> connections = forFax.connections();
+    const bool closed = std::none_of(connections.cbegin(), connections.cend(),
+                                     [](const Connection &c) { return c.isOpen(); });
+    if (withPages && hasCopy && closed && stored.exists() && stored.lastModified() != before)
+        QFile::remove(copy);
 }

@@ -279,11 +279,13 @@ private Q_SLOTS:
         job.setCoverSubject(QStringLiteral("Invoice"));
         job.setUseCoverSheet(true);
         job.setDocumentType(1);
+        FBUserDefaults::setObject(false, kSaveSendDocumentKey);
         job.startSendingFaxForPDFData(TestEnvironment::readFile(TestEnvironment::dataDir()
                                                                 + QStringLiteral("/document/")
                                                                 + document),
                                       {receiver});
         QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
+        FBUserDefaults::setObject(true, kSaveSendDocumentKey);
         QCOMPARE(recorder.events.last().state, 2);
 
         const Fax fax = recorder.events.last().fax;
@@ -298,7 +300,8 @@ private Q_SLOTS:
         QCOMPARE(fax.connections().first().pageRange(), pageRange);
         QCOMPARE(fax.connections().first().pages(), pages);
 
-        // The fax's own copy holds exactly the pages the provider received.
+        // The fax's own copy holds exactly the pages the provider received. (It stays because
+        // the report was stored without the pages.)
         const QString copy = FXFaxFileManager::filePathForTemporarySendFaxFile(fax.file());
         QPdfDocument pdf;
         QCOMPARE(pdf.load(copy), QPdfDocument::Error::None);

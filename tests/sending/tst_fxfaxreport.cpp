@@ -184,21 +184,31 @@ private Q_SLOTS:
         }
     }
 
-    // With "saveSendDocument" the stored file is the report followed by the sent pages.
+    // With "saveSendDocument" the stored file is the report followed by the sent pages, taken
+    // from the fax's own copy; once the fax is closed the copy goes, as the report holds them.
     void storedDocument_data()
     {
         QTest::addColumn<bool>("saveSendDocument");
+        QTest::addColumn<bool>("open");
         QTest::addColumn<int>("pages");
-        QTest::newRow("report and pages") << true << 3;
-        QTest::newRow("report only") << false << 1;
+        QTest::addColumn<bool>("copyKept");
+        QTest::newRow("report and pages") << true << false << 3 << false;
+        QTest::newRow("report only") << false << false << 1 << true;
+        QTest::newRow("still open") << true << true << 3 << true;
     }
     void storedDocument()
     {
         QFETCH(bool, saveSendDocument);
+        QFETCH(bool, open);
         QFETCH(int, pages);
+        QFETCH(bool, copyKept);
         FBUserDefaults::setObject(saveSendDocument, kSaveSendDocumentKey);
-        const Fax fax = makeFax(QString(), {{"0", 5}});
-        FXFaxFileManager::writeProcessedFaxFileForData(transmittedPages());
+        const Fax fax = makeFax(QString(), {{open ? QString() : QStringLiteral("0"), 5}});
+        const QString copy = FXFaxFileManager::filePathForTemporarySendFaxFile(fax.file());
+        QFile copyFile(copy);
+        QVERIFY(copyFile.open(QIODevice::WriteOnly));
+        copyFile.write(transmittedPages());
+        copyFile.close();
         FXFaxReport::generateFaxReportForFax(fax, FXFaxReportStore::sharedInstance());
         const QString stored = FXFaxReportStore::reportPathForFax(fax);
         const QString info = run(QStringLiteral("pdfinfo"), {stored});
@@ -210,6 +220,9 @@ private Q_SLOTS:
         if (saveSendDocument)
             QVERIFY(text.indexOf(QStringLiteral("TRANSMISSION REPORT"))
                     < text.indexOf(QStringLiteral("Order confirmation")));
+        QCOMPARE(QFile::exists(copy), copyKept);
+        QFile::remove(copy);
+        QFile::remove(stored);
     }
 
     // A report stays where it was stored when the report folder is changed afterwards.
