@@ -53,11 +53,22 @@ QByteArray VXRestConnection::authorizationValue()
     const QString username = FBUserDefaults::stringForKey(kUsernameKey);
     FXError ignored;
     const QString password = FBAccountCredentials::password(&ignored).value_or(QString());
+    return authorizationValue(username, password);
+}
+
+QByteArray VXRestConnection::authorizationValue(const QString &username, const QString &password)
+{
     return "Basic " + QStringLiteral("%1:%2").arg(username, password).toUtf8().toBase64();
 }
 
+void VXRestConnection::setCredentials(const QString &username, const QString &password)
+{
+    m_authorization = authorizationValue(username, password);
+}
+
 QNetworkRequest VXRestConnection::requestWithXMLRPCEncoder(const WPXMLRPCEncoder &encoder,
-                                                           QByteArray *body)
+                                                           QByteArray *body,
+                                                           const QByteArray &authorization)
 {
     QNetworkRequest request(apiURL());
     VXTransfer::prepareRequest(request);
@@ -69,7 +80,8 @@ QNetworkRequest VXRestConnection::requestWithXMLRPCEncoder(const WPXMLRPCEncoder
         if (!encoder.encodeToDevice(&buffer))
             body->clear();
     }
-    request.setRawHeader("Authorization", authorizationValue());
+    request.setRawHeader("Authorization",
+                         authorization.isEmpty() ? authorizationValue() : authorization);
     return request;
 }
 
@@ -131,7 +143,7 @@ int VXRestConnection::requestTimeoutMs()
 void VXRestConnection::start(Call call, const WPXMLRPCEncoder &encoder, const QString &sessionID)
 {
     QByteArray body;
-    const QNetworkRequest request = requestWithXMLRPCEncoder(encoder, &body);
+    const QNetworkRequest request = requestWithXMLRPCEncoder(encoder, &body, m_authorization);
     startTransfer(request, body, [this, call, sessionID](const VXTransfer::Result &result) {
         complete(call, sessionID, result);
     });

@@ -23,7 +23,7 @@ class WPXMLRPCEncoder;
 // Ownership as for every VXClient: without a parent it deletes itself after its last answer.
 //
 // Credentials are read afresh for every call ("username" from the settings, the password
-// from the credential store).
+// from the credential store), unless the caller has read them once and set them.
 class VXRestConnection : public VXClient
 {
     Q_OBJECT
@@ -39,10 +39,17 @@ public:
     static QUrl apiURL();
     // "Basic " + base64("<username>:<password>").
     static QByteArray authorizationValue();
-    // POST to apiURL, "Content-Type: text/xml", the Authorization header, caches bypassed,
-    // the request deadline; the body is the encoder's document (empty when encoding failed).
+    // POST to apiURL, "Content-Type: text/xml", the Authorization header (the stored
+    // credentials', unless one is given), caches bypassed, the request deadline; the body is
+    // the encoder's document (empty when encoding failed).
     static QNetworkRequest requestWithXMLRPCEncoder(const WPXMLRPCEncoder &encoder,
-                                                    QByteArray *body);
+                                                    QByteArray *body,
+                                                    const QByteArray &authorization = {});
+
+    // Credentials to use instead of reading the stored ones for every request.
+    void setCredentials(const QString &username, const QString &password);
+    // "Basic " + base64("<username>:<password>") of the given credentials.
+    static QByteArray authorizationValue(const QString &username, const QString &password);
 
     // zentari.SessionInitiate with the PDF bytes to the number ("+" removed anywhere).
     void sendFaxFileData(const QByteArray &data, const QString &toRemoteUr);
@@ -65,4 +72,6 @@ private:
     void fail(qint64 code);
 
     VXRestConnectionDelegate *m_delegate = nullptr;
+    // Set by setCredentials; empty means "read the stored ones".
+    QByteArray m_authorization;
 };

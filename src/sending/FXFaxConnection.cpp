@@ -2,6 +2,7 @@
 
 #include "document/FXFaxHelper.h"
 #include "document/FXPDFGenerator.h"
+#include "foundation/FBAccountCredentials.h"
 #include "foundation/FBApplicationHelper.h"
 #include "foundation/FBLocalization.h"
 #include "foundation/FBUserDefaults.h"
@@ -105,6 +106,14 @@ void FXFaxConnection::startSendingFaxForPDFData(const QByteArray &data,
     _pdfData = data;
     _receiverNumbers = toReceiverNumbers;
     m_sending = true;
+    m_username = FBUserDefaults::stringForKey(kUsernameKey);
+    FXError storeError;
+    m_password = FBAccountCredentials::password(&storeError).value_or(QString());
+    m_credentialsProblem =
+        storeError ? QStringLiteral("The password could not be read from the credential store "
+                                    "(%1)")
+                         .arg(FBAccountCredentials::describeError(storeError))
+                   : QString();
     if (_receiverNumbers.isEmpty()) {
         completeJob();
         return;
@@ -216,6 +225,13 @@ void FXFaxConnection::sendPreparedFax(const PreparedFax &prepared)
     m_claim.claim(connection);
 
     m_inSession = true;
+    if (!m_credentialsProblem.isEmpty()) {
+        qCWarning(lcService, "%s", qPrintable(m_credentialsProblem));
+        handleSentAndFailedStatus(XmlRpcMap{{QStringLiteral("SessionStatus"), "failed"},
+                                            {QStringLiteral("StatusCode"), -1}},
+                                  m_credentialsProblem);
+        return;
+    }
     if (prepared.pageCount <= 0) {
         // Nothing the provider could transmit; asking it would only cost a session.
         qCWarning(lcService, "The fax pages could not be prepared: %s",
@@ -399,6 +415,7 @@ VXRestConnection *FXFaxConnection::newServiceClient()
     m_serviceClients.removeAll(QPointer<VXRestConnection>());
     auto *client = new VXRestConnection();
     client->setDelegate(this);
+    client->setCredentials(m_username, m_password);
     m_serviceClients.append(client);
     return client;
 }

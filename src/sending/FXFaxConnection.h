@@ -25,7 +25,8 @@ class VXRestConnection;
 // a session the provider accepted but never finished stays open in the journal for the
 // poller. A receiver whose session request never reached the provider, or that the provider
 // has not accepted within the give-up time, fails with the code -1 and the reason; so does
-// one whose document yields no fax pages (then nothing is sent at all).
+// one whose document yields no fax pages, or when the credential store cannot be read (then
+// nothing is sent at all).
 //
 // All journal changes, timers and delegate callbacks happen on the main thread. Do not delete
 // the job from inside changedProgress(); deleteLater() is fine.
@@ -154,6 +155,11 @@ private:
     QVariantList _receiverNumbers;
 
     FXFaxReportDelegate *m_reportDelegate = nullptr;
+    // The account, read once per job: the keyring is not asked every few seconds, and a store
+    // that cannot be read fails the receivers with its own reason, never as wrong credentials.
+    QString m_username;
+    QString m_password;
+    QString m_credentialsProblem;
     QList<QPointer<VXRestConnection>> m_serviceClients;
     bool m_sending = false;
     // From the session request until the receiver's outcome is handled: service answers are

@@ -41,27 +41,6 @@ public Q_SLOTS:
     }
 };
 
-// Locks the login keyring; it stays locked for the rest of the run (unlocking would need
-// gnome-keyring's private interface), so the test that needs this runs last but one.
-bool lockDefaultCollection()
-{
-    auto bus = QDBusConnection::sessionBus();
-    const QString secrets = QStringLiteral("org.freedesktop.secrets");
-    const QString path = QStringLiteral("/org/freedesktop/secrets");
-    QDBusMessage alias = QDBusMessage::createMethodCall(
-        secrets, path, QStringLiteral("org.freedesktop.Secret.Service"),
-        QStringLiteral("ReadAlias"));
-    alias << QStringLiteral("default");
-    const QDBusMessage reply = bus.call(alias);
-    if (reply.type() != QDBusMessage::ReplyMessage)
-        return false;
-    const auto collection = reply.arguments().value(0).value<QDBusObjectPath>();
-    QDBusMessage lock = QDBusMessage::createMethodCall(
-        secrets, path, QStringLiteral("org.freedesktop.Secret.Service"), QStringLiteral("Lock"));
-    lock << QVariant::fromValue(QList<QDBusObjectPath>{collection});
-    return bus.call(lock).type() == QDBusMessage::ReplyMessage;
-}
-
 // Child mode: one credential call in a process of its own, so that libsecret starts without
 // a cached connection. Prints the error code.
 int runChild(const QByteArray &operation)
@@ -196,7 +175,7 @@ private Q_SLOTS:
         FXError error;
         QVERIFY(KeychainUtils::storeUsername(account, QStringLiteral("x"), service, QString(), true,
                                              &error));
-        QVERIFY(lockDefaultCollection());
+        QVERIFY(TestEnvironment::lockKeyring());
         QElapsedTimer timer;
         timer.start();
         QVERIFY(!KeychainUtils::getPasswordForUsername(account, service, QString(), &error));

@@ -109,9 +109,9 @@ private Q_SLOTS:
         Recorder recorder;
         job.setDelegate(&recorder);
         // The provider stops taking the account's login once the busy receiver has failed.
-        recorder.onProgress = [](const Progress &progress) {
+        recorder.onProgress = [this](const Progress &progress) {
             if (progress.state == -1 && progress.number.endsWith(QLatin1String("486")))
-                FBUserDefaults::setObject(QStringLiteral("somebody-else"), kUsernameKey);
+                QVERIFY(m_simulator.setFaults({{"zentari.SessionInitiate", "http401"}}));
         };
         job.startSendingFaxForPDFData(letter(), {QStringLiteral("+4930555000123"),
                                                  QStringLiteral("+4930555000486"),
@@ -165,7 +165,6 @@ private Q_SLOTS:
 
         // Every receiver was asked for exactly once: nothing is sent again on its own.
         QCOMPARE(requestsOf(m_simulator, QStringLiteral("zentari.SessionInitiate")).size(), 3);
-        QCOMPARE(m_simulator.sessions().size(), 2);
         QCOMPARE(recorder.completed, 1);
     }
 
@@ -173,13 +172,13 @@ private Q_SLOTS:
     // others once the provider takes the login again.
     void refusedLoginOnTheFirstReceiver()
     {
-        FBUserDefaults::setObject(QStringLiteral("somebody-else"), kUsernameKey);
+        QVERIFY(m_simulator.setFaults({{"zentari.SessionInitiate", "http401"}}));
         FXFaxConnection job;
         Recorder recorder;
         job.setDelegate(&recorder);
-        recorder.onProgress = [](const Progress &progress) {
+        recorder.onProgress = [this](const Progress &progress) {
             if (progress.state == -1)
-                FBUserDefaults::setObject(QStringLiteral("demo"), kUsernameKey);
+                QVERIFY(m_simulator.setFaults({{"zentari.SessionInitiate", QString()}}));
         };
         job.startSendingFaxForPDFData(letter(), {QStringLiteral("+4930555000999"),
                                                  QStringLiteral("+4930555000123"),
@@ -197,7 +196,7 @@ private Q_SLOTS:
         QCOMPARE(outcomes, (QStringList{QStringLiteral("+4930555000999 -1 401"),
                                         QStringLiteral("+4930555000123 2 "),
                                         QStringLiteral("+4930555000124 2 ")}));
-        QCOMPARE(m_simulator.sessions().size(), 2);
+        QCOMPARE(requestsOf(m_simulator, QStringLiteral("zentari.SessionInitiate")).size(), 3);
     }
 
     // A session request that comes to nothing ends its receiver at once with the reason: the
@@ -432,6 +431,25 @@ private Q_SLOTS:
         QTRY_COMPARE(recorder.completed, 1);
         QVERIFY(recorder.events.isEmpty());
         QVERIFY(m_simulator.requests().isEmpty());
+    }
+
+    // Runs last: the keyring stays locked. A credential store that cannot be read fails the
+    // receivers with its own reason, never as a wrong password, and nothing is sent.
+    void unreadableCredentialStore()
+    {
+        QVERIFY(TestEnvironment::lockKeyring());
+        FXFaxConnection job;
+        Recorder recorder;
+        job.setDelegate(&recorder);
+        job.startSendingFaxForPDFData(letter(), {QStringLiteral("+4930555000123")});
+        QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
+        QCOMPARE(recorder.events.size(), 1);
+        const Progress &failure = recorder.events.first();
+        QCOMPARE(failure.state, -1);
+        QCOMPARE(failure.reason, QStringLiteral("-1"));
+        QVERIFY2(failure.reasonTitle.contains(QLatin1String("credential store")),
+                 qPrintable(failure.reasonTitle));
+        QVERIFY(requestsOf(m_simulator, QStringLiteral("zentari.SessionInitiate")).isEmpty());
     }
 };
 

@@ -1,5 +1,8 @@
 #include "TestEnvironment.h"
 
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
 #include <QDir>
 #include <QFile>
 #include <QStandardPaths>
@@ -40,3 +43,22 @@ QByteArray readFile(const QString &path)
 }
 
 } // namespace TestEnvironment
+
+bool TestEnvironment::lockKeyring()
+{
+    auto bus = QDBusConnection::sessionBus();
+    const QString secrets = QStringLiteral("org.freedesktop.secrets");
+    const QString path = QStringLiteral("/org/freedesktop/secrets");
+    QDBusMessage alias = QDBusMessage::createMethodCall(
+        secrets, path, QStringLiteral("org.freedesktop.Secret.Service"),
+        QStringLiteral("ReadAlias"));
+    alias << QStringLiteral("default");
+    const QDBusMessage reply = bus.call(alias);
+    if (reply.type() != QDBusMessage::ReplyMessage)
+        return false;
+    const auto collection = reply.arguments().value(0).value<QDBusObjectPath>();
+    QDBusMessage lock = QDBusMessage::createMethodCall(
+        secrets, path, QStringLiteral("org.freedesktop.Secret.Service"), QStringLiteral("Lock"));
+    lock << QVariant::fromValue(QList<QDBusObjectPath>{collection});
+    return bus.call(lock).type() == QDBusMessage::ReplyMessage;
+}

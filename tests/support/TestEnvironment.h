@@ -16,5 +16,8 @@ QString root();
 bool isIsolated();
 // A file's bytes, or none when it cannot be read.
 QByteArray readFile(const QString &path);
+// Locks the test's login keyring; it stays locked for the rest of the run (unlocking would
+// need gnome-keyring's private interface), so a test that needs this runs last.
+bool lockKeyring();
 
 } // namespace TestEnvironment
