@@ -31,7 +31,7 @@ public:
     // decodes to nothing. A request that never reached the service reports nothing here.
     virtual void didFailWithErrorCode(qint64 code) { Q_UNUSED(code); }
     // A request got no complete answer: the connection failed or broke, the deadline passed,
-    // the answer was too large, or the endpoint was refused. Beyond the original, which told
-    // nobody, so that a job waiting for its session request need not wait in vain.
+    // the answer was too large, or the endpoint was refused. Deliberately told, so that a job
+    // waiting for its session request need not wait in vain.
     virtual void didFailWithTransportError(const QString &errorString) { Q_UNUSED(errorString); }
 };

@@ -103,7 +103,7 @@ void VXFaxSessionStateQueue::didReceiveSessionStatus(const XmlRpcValue &status,
         FXCoreDataController::sharedInstance()->managedObjectContext();
     if (!context)
         return;
-    // Deliberately unlike the original, the state is consulted, as the job does: the provider
+    // Deliberately, the state is consulted, as the job does: the provider
     // answers "StatusCode" 200 for every session it knows, so taking the code alone closed
     // sent faxes as failed (200) and queued ones before they were sent. A session still
     // "queued" or "sending" stays open and is asked again at the next pass; "sent" closes
