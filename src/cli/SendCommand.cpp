@@ -345,7 +345,8 @@ int SendCommand::run(int argc, char *argv[])
     if (!CommandSupport::isAccountConfigured(&problem))
         return setupError(err, problem);
 
-    // The working files are shared by every sender of this user; one send at a time.
+    // One send at a time, as it always was; each process has working files of its own now,
+    // so this lock guards no file any more.
     const QString workFolder = FBApplicationHelper::applicationSupportFolder();
     QDir().mkpath(workFolder);
     QLockFile lock(workFolder + QStringLiteral("/.send.lock"));

@@ -192,7 +192,6 @@ void VXTransfer::start(const QNetworkRequest &request, const QByteArray &body,
     // A timer of our own: the request's transfer timeout starts afresh with every byte.
     m_deadline = new QTimer(this);
     m_deadline->setSingleShot(true);
-    m_deadline->setTimerType(Qt::CoarseTimer);
     const qint64 deadline = totalDeadlineMs(body.size());
     connect(m_deadline, &QTimer::timeout, this, [this, deadline] {
         breakOff(QStringLiteral("The request timed out after %1 ms").arg(deadline));

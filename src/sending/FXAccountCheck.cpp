@@ -37,25 +37,25 @@ void FXAccountCheck::didFailWithErrorCode(qint64 code)
 {
     if (m_errorCode == 0)
         m_errorCode = code;
-    if (!m_finished) {
-        m_finished = true;
-        Q_EMIT finished();
-    }
+    finish();
 }
 
 void FXAccountCheck::didFailWithTransportError(const QString &errorString)
 {
     if (m_transportError.isEmpty())
         m_transportError = errorString;
-    if (!m_finished) {
-        m_finished = true;
-        Q_EMIT finished();
-    }
+    finish();
 }
 
 void FXAccountCheck::finishWhenComplete()
 {
-    if (m_hasBalance && m_hasOwnUriList && !m_finished) {
+    if (m_hasBalance && m_hasOwnUriList)
+        finish();
+}
+
+void FXAccountCheck::finish()
+{
+    if (!m_finished) {
         m_finished = true;
         Q_EMIT finished();
     }

@@ -51,6 +51,8 @@ private:
     void didFailWithErrorCode(qint64 code) override;
     void didFailWithTransportError(const QString &errorString) override;
     void finishWhenComplete();
+    // Emits finished() once, whatever comes after.
+    void finish();
 
     XmlRpcValue m_balance;
     XmlRpcValue m_ownUriList;

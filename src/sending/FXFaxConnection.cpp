@@ -55,7 +55,7 @@ FXFaxConnection::FXFaxConnection(QObject *parent)
 
 FXFaxConnection::~FXFaxConnection()
 {
-    stopTrafficTimer();
+    stopTimers();
     // Nobody is left to take the answers: the requests are aborted.
     for (const QPointer<VXRestConnection> &client : std::as_const(m_serviceClients))
         delete client.data();
@@ -263,7 +263,7 @@ void FXFaxConnection::didSendFaxFileSucceededWithSessionID(const QString &sessio
     _sessionID = sessionID;
     _statusAfterSending = true;
     _currentConnection.setBeginDate(QDateTime::currentDateTime());
-    stopTrafficTimer();
+    stopTimers();
     trafficTimer = new QTimer(this);
     trafficTimer->setInterval(trafficInterval);
     connect(trafficTimer, &QTimer::timeout, this, &FXFaxConnection::loadTrafficData);
@@ -289,7 +289,7 @@ void FXFaxConnection::didReceiveSessionStatus(const XmlRpcValue &status, const Q
         return;
     const QString state = status["SessionStatus"].toString();
     if (state == QLatin1String("sent") || state == QLatin1String("failed"))
-        stopTrafficTimer();
+        stopTimers();
     changeProgressToState(status);
 }
 
@@ -321,7 +321,7 @@ void FXFaxConnection::didFailWithErrorCode(qint64 code)
 {
     if (!m_inSession)
         return;
-    stopTrafficTimer();
+    stopTimers();
     XmlRpcMap status{{QStringLiteral("SessionStatus"), QStringLiteral("failed")},
                      {QStringLiteral("StatusCode"), code}};
     changeProgressToState(status);
@@ -355,7 +355,7 @@ void FXFaxConnection::handleSentAndFailedStatus(const XmlRpcValue &status, const
     const bool sent = status["SessionStatus"].toString() == QLatin1String("sent");
     const qint64 code = statusCodeOf(status);
     m_inSession = false;
-    stopTrafficTimer();
+    stopTimers();
     releaseServiceClients();
 
     _currentConnection.setReason(sent ? QStringLiteral("0") : QString::number(code));
@@ -396,7 +396,7 @@ void FXFaxConnection::reportProgress(double progress, int state, const QString &
     }
 }
 
-void FXFaxConnection::stopTrafficTimer()
+void FXFaxConnection::stopTimers()
 {
     if (m_giveUpTimer) {
         m_giveUpTimer->stop();

@@ -121,7 +121,8 @@ private:
     void handleSentAndFailedStatus(const XmlRpcValue &status, const QString &errorText = {});
     // The current receiver's session request came to nothing: it fails with -1 and the text.
     void failUnacceptedReceiver(const QString &errorText);
-    void stopTrafficTimer();
+    // Stops the status timer and the give-up timer.
+    void stopTimers();
     VXRestConnection *newServiceClient();
     // Answers still on their way for a finished receiver must not reach the next one. The
     // clients stay listed until they go away by themselves, so that the job can abort them.

@@ -162,10 +162,6 @@ private Q_SLOTS:
         // Words around a digit were faxed to the digit.
         QTest::newRow("a name that is no entry")
             << QStringList{to, "Person 1", letter()} << true << "\"Person 1\" " + neither;
-        QTest::newRow("words around a number")
-            << QStringList{to, "Room 5 Annex", letter()} << true << "\"Room 5 Annex\" " + neither;
-        QTest::newRow("too short for a number")
-            << QStringList{to, "1", letter()} << true << "\"1\" is not a possible fax number";
         QTest::newRow("two entries of that name")
             << QStringList{to, "tom muster", letter()} << true
             << "\"tom muster\" names more than one entry of the phone book";

@@ -18,6 +18,8 @@
 
 namespace {
 
+constexpr int kJobTimeoutMs = 180000;
+
 struct Progress
 {
     int state;
@@ -42,18 +44,30 @@ public:
     }
     void sendingAllFaxCompleted(FXFaxConnection *) override { ++completed; }
 
+    // Runs the job to its end, recording it; false when it did not end once in time.
+    bool run(FXFaxConnection &job, const QByteArray &document, const QVariantList &receivers)
+    {
+        job.setDelegate(this);
+        job.startSendingFaxForPDFData(document, receivers);
+        return QTest::qWaitFor([this] { return completed == 1; }, kJobTimeoutMs) && completed == 1;
+    }
+
     QList<Progress> events;
     int completed = 0;
     std::function<void(const Progress &)> onProgress;
 };
+
+QByteArray fixtureDocument(const QString &name)
+{
+    return TestEnvironment::readFile(TestEnvironment::dataDir() + QStringLiteral("/document/")
+                                     + name);
+}
 
 QByteArray letter()
 {
     return TestEnvironment::readFile(TestEnvironment::sourceDir()
                                      + QStringLiteral("/resources/demo/letter.pdf"));
 }
-
-constexpr int kJobTimeoutMs = 180000;
 
 QJsonArray requestsOf(const ProviderSimulator &simulator, const QString &method)
 {
@@ -107,16 +121,14 @@ private Q_SLOTS:
     {
         FXFaxConnection job;
         Recorder recorder;
-        job.setDelegate(&recorder);
         // The provider stops taking the account's login once the busy receiver has failed.
         recorder.onProgress = [this](const Progress &progress) {
             if (progress.state == -1 && progress.number.endsWith(QLatin1String("486")))
                 QVERIFY(m_simulator.setFaults({{"zentari.SessionInitiate", "http401"}}));
         };
-        job.startSendingFaxForPDFData(letter(), {QStringLiteral("+4930555000123"),
-                                                 QStringLiteral("+4930555000486"),
-                                                 QStringLiteral("+4930555000999")});
-        QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
+        QVERIFY((recorder.run(job, letter(),
+                              {QStringLiteral("+4930555000123"), QStringLiteral("+4930555000486"),
+                               QStringLiteral("+4930555000999")})));
         QVERIFY(!job.isSending());
 
         const QString queued = FXText("fax_trasmit_queued");
@@ -175,15 +187,13 @@ private Q_SLOTS:
         QVERIFY(m_simulator.setFaults({{"zentari.SessionInitiate", "http401"}}));
         FXFaxConnection job;
         Recorder recorder;
-        job.setDelegate(&recorder);
         recorder.onProgress = [this](const Progress &progress) {
             if (progress.state == -1)
                 QVERIFY(m_simulator.setFaults({{"zentari.SessionInitiate", QString()}}));
         };
-        job.startSendingFaxForPDFData(letter(), {QStringLiteral("+4930555000999"),
-                                                 QStringLiteral("+4930555000123"),
-                                                 QStringLiteral("+4930555000124")});
-        QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
+        QVERIFY((recorder.run(job, letter(),
+                              {QStringLiteral("+4930555000999"), QStringLiteral("+4930555000123"),
+                               QStringLiteral("+4930555000124")})));
 
         QStringList outcomes;
         for (const Progress &event : std::as_const(recorder.events)) {
@@ -220,10 +230,8 @@ private Q_SLOTS:
         FXFaxConnection job;
         job.setGiveUpAfterMs(giveUpMs);
         Recorder recorder;
-        job.setDelegate(&recorder);
-        job.startSendingFaxForPDFData(
-            letter(), {QStringLiteral("+4930555000123"), QStringLiteral("+4930555000124")});
-        QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
+        QVERIFY((recorder.run(
+            job, letter(), {QStringLiteral("+4930555000123"), QStringLiteral("+4930555000124")})));
 
         QList<Progress> failures;
         for (const Progress &event : std::as_const(recorder.events)) {
@@ -274,16 +282,11 @@ private Q_SLOTS:
 
         FXFaxConnection job;
         Recorder recorder;
-        job.setDelegate(&recorder);
         job.setCoverSubject(QStringLiteral("Invoice"));
         job.setUseCoverSheet(true);
         job.setDocumentType(1);
         FBUserDefaults::setObject(false, kSaveSendDocumentKey);
-        job.startSendingFaxForPDFData(TestEnvironment::readFile(TestEnvironment::dataDir()
-                                                                + QStringLiteral("/document/")
-                                                                + document),
-                                      {receiver});
-        QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
+        QVERIFY((recorder.run(job, fixtureDocument(document), {receiver})));
         FBUserDefaults::setObject(true, kSaveSendDocumentKey);
         QCOMPARE(recorder.events.last().state, 2);
 
@@ -328,12 +331,8 @@ private Q_SLOTS:
         QFETCH(QString, kind);
         FXFaxConnection job;
         Recorder recorder;
-        job.setDelegate(&recorder);
-        job.startSendingFaxForPDFData(
-            TestEnvironment::readFile(TestEnvironment::dataDir()
-                                      + QStringLiteral("/document/one.pdf")),
-            {QStringLiteral("+4930555000125")});
-        QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
+        QVERIFY((recorder.run(job, fixtureDocument(QStringLiteral("one.pdf")),
+                              {QStringLiteral("+4930555000125")})));
         const Fax fax = recorder.events.last().fax;
         const Connection connection = fax.connections().first();
         const QString sessionID = connection.sessionID();
@@ -353,10 +352,8 @@ private Q_SLOTS:
             job.didSendFaxFileSucceededWithSessionID(QStringLiteral("another-session"));
         }
         // Whatever the answer set off would show while the job serves its next receiver.
-        job.startSendingFaxForPDFData(
-            TestEnvironment::readFile(TestEnvironment::dataDir()
-                                      + QStringLiteral("/document/one.pdf")),
-            {QStringLiteral("+4930555000128")});
+        job.startSendingFaxForPDFData(fixtureDocument(QStringLiteral("one.pdf")),
+                                      {QStringLiteral("+4930555000128")});
         QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 2, kJobTimeoutMs);
 
         QList<int> states;
@@ -385,12 +382,9 @@ private Q_SLOTS:
         FXFaxConnection::setTrafficIntervalMs(5);
         FXFaxConnection job;
         Recorder recorder;
-        job.setDelegate(&recorder);
-        job.startSendingFaxForPDFData(
-            TestEnvironment::readFile(TestEnvironment::dataDir()
-                                      + QStringLiteral("/document/one.pdf")),
-            {QStringLiteral("+4930555000126"), QStringLiteral("+4930555000127")});
-        QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
+        QVERIFY(
+            (recorder.run(job, fixtureDocument(QStringLiteral("one.pdf")),
+                          {QStringLiteral("+4930555000126"), QStringLiteral("+4930555000127")})));
         FXFaxConnection::setTrafficIntervalMs(500);
 
         QList<int> finals;
@@ -407,11 +401,9 @@ private Q_SLOTS:
     {
         FXFaxConnection job;
         Recorder recorder;
-        job.setDelegate(&recorder);
-        job.startSendingFaxForPDFData(
-            "%PDF-1.4 but nothing more",
-            {QStringLiteral("+4930555000130"), QStringLiteral("+4930555000131")});
-        QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
+        QVERIFY(
+            (recorder.run(job, "%PDF-1.4 but nothing more",
+                          {QStringLiteral("+4930555000130"), QStringLiteral("+4930555000131")})));
         QCOMPARE(recorder.events.size(), 2);
         for (const Progress &event : std::as_const(recorder.events)) {
             QCOMPARE(event.state, -1);
@@ -426,9 +418,7 @@ private Q_SLOTS:
     {
         FXFaxConnection job;
         Recorder recorder;
-        job.setDelegate(&recorder);
-        job.startSendingFaxForPDFData(letter(), {});
-        QTRY_COMPARE(recorder.completed, 1);
+        QVERIFY((recorder.run(job, letter(), {})));
         QVERIFY(recorder.events.isEmpty());
         QVERIFY(m_simulator.requests().isEmpty());
     }
@@ -440,9 +430,7 @@ private Q_SLOTS:
         QVERIFY(TestEnvironment::lockKeyring());
         FXFaxConnection job;
         Recorder recorder;
-        job.setDelegate(&recorder);
-        job.startSendingFaxForPDFData(letter(), {QStringLiteral("+4930555000123")});
-        QTRY_COMPARE_WITH_TIMEOUT(recorder.completed, 1, kJobTimeoutMs);
+        QVERIFY((recorder.run(job, letter(), {QStringLiteral("+4930555000123")})));
         QCOMPARE(recorder.events.size(), 1);
         const Progress &failure = recorder.events.first();
         QCOMPARE(failure.state, -1);
