@@ -3,6 +3,7 @@
 #include "cli/CommandSupport.h"
 #include "document/FXFaxPageGenerator.h"
 #include "document/FXPDFGenerator.h"
+#include "document/FXPDFInspection.h"
 #include "foundation/FBApplicationHelper.h"
 #include "foundation/FBUserDefaults.h"
 #include "recipients/FXPhoneNumber.h"
@@ -330,8 +331,12 @@ int SendCommand::run(int argc, char *argv[])
         return setupError(err, QStringLiteral("\"%1\" is empty").arg(path));
     int documentPages = 0;
     {
+        // The structure is looked at first: some page trees keep Qt Pdf busy for many minutes.
+        QFile checked(path);
+        const bool inspected =
+            checked.open(QIODevice::ReadOnly) && FXPDFInspection::inspect(&checked).readable;
         QPdfDocument pdf;
-        if (pdf.load(path) != QPdfDocument::Error::None) {
+        if (!inspected || pdf.load(path) != QPdfDocument::Error::None) {
             return setupError(err, QStringLiteral("\"%1\" is not a readable PDF document (it may "
                                                   "be damaged or password-protected)")
                                        .arg(path));

@@ -1,6 +1,7 @@
 #include "document/FXFaxPageGenerator.h"
 
 #include "document/FXFaxImageEncoder.h"
+#include "document/FXPDFInspection.h"
 #include "document/FXPageImagePDFWriter.h"
 #include "document/FXPageWorker.h"
 #include "document/GraphicsAdditions.h"
@@ -333,11 +334,23 @@ FXFaxPageGenerator::Result FXFaxPageGenerator::preparePages(QIODevice *input, in
 {
     Result result;
 
+    // Qt Pdf gets only what qpdf has found within bounds: a page tree too deep for it is
+    // unreadable, and pages beyond the memory budget are left out.
+    const FXPDFInspection::Result inspection =
+        input ? FXPDFInspection::inspect(input) : FXPDFInspection::Result();
     QPdfDocument document;
-    if (input && input->isReadable() && !input->isSequential())
+    if (inspection.readable && input->isReadable() && !input->isSequential())
         document.load(input);
     result.readable = document.status() == QPdfDocument::Status::Ready;
-    const int pageCount = result.readable ? std::max(document.pageCount(), 0) : 0;
+    int pageCount = result.readable ? std::max(document.pageCount(), 0) : 0;
+    if (result.readable && pageCount != inspection.pageCount
+        && !inspection.pagesOverBudget.empty()) {
+        // The two read the page tree differently, so the pages to leave out are not known.
+        qCWarning(lcDocument, "Qt Pdf finds %d pages where qpdf finds %d", pageCount,
+                  inspection.pageCount);
+        result.readable = false;
+        pageCount = 0;
+    }
     result.sourcePageCount = pageCount;
     if (!result.readable && unreadable == LeaveOutputUntouched) {
         result.errorString = QStringLiteral("The document is not a readable PDF.");
@@ -352,7 +365,7 @@ FXFaxPageGenerator::Result FXFaxPageGenerator::preparePages(QIODevice *input, in
 
     // Both processes take pages from the same counter; finished pages wait here until the
     // ones before them are written, so the document comes out as it would from one process.
-    FXPageWorker worker(pageCount);
+    FXPageWorker worker(pageCount, inspection.pagesOverBudget);
     if (pageCount >= 2)
         worker.start(input, useType, threshold);
     std::map<int, PreparedPage> finished;
@@ -370,25 +383,30 @@ FXFaxPageGenerator::Result FXFaxPageGenerator::preparePages(QIODevice *input, in
             finished.erase(it);
         }
     };
-    // The pages the helper took but never sent, when it has ended: prepared here instead.
-    const auto takeOverLostPages = [&] {
-        for (int page : worker.lostPages(nextToWrite, finished)) {
-            qCInfo(lcDocument, "Page %d of %d is prepared here in place of the render helper", page,
-                   pageCount);
-            finished.emplace(page, preparePage(document, page, useType, threshold));
-        }
+    // The pages the helper took but never sent, when it has ended, are left out.
+    const auto skipLostPages = [&] {
+        for (int page : worker.lostPages(nextToWrite, finished))
+            finished.emplace(page, PreparedPage());
+    };
+    const auto prepare = [&](int page) {
+        PreparedPage prepared;
+        if (worker.isSkipped(page))
+            prepared.outcome = PreparedPage::OutOfMemory;
+        else
+            prepared = preparePage(document, page, useType, threshold);
+        finished.emplace(page, std::move(prepared));
     };
 
     while (!writeFailed) {
         // Waits for the helper when too many of this process's pages are held back by one
         // of its pages, so that held pages stay few.
         worker.receive(finished, finished.size() >= maxHeldPages);
-        takeOverLostPages();
+        skipLostPages();
         writeFinished();
         const int page = worker.claim();
         if (page == 0)
             break;
-        finished.emplace(page, preparePage(document, page, useType, threshold));
+        prepare(page);
         writeFinished();
     }
     while (!writeFailed && worker.isRunning()) {
@@ -396,7 +414,7 @@ FXFaxPageGenerator::Result FXFaxPageGenerator::preparePages(QIODevice *input, in
         writeFinished();
     }
     if (!writeFailed) {
-        takeOverLostPages();
+        skipLostPages();
         writeFinished();
     }
 

@@ -8,9 +8,6 @@
 #include <QFile>
 #include <QFileInfo>
 
-// qpdf's own smart pointers are std::shared_ptr now; declare that no legacy PointerHolder use
-// needs its transition warnings.
-#define POINTERHOLDER_TRANSITION 4
 #include <qpdf/Buffer.hh>
 #include <qpdf/PDFVersion.hh>
 #include <qpdf/Pl_Discard.hh>

@@ -18,6 +18,7 @@
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -36,6 +37,12 @@ constexpr quint32 messageMagic = 0x46585047; // "FXPG"
 // No coded page comes near this; anything longer is not a page.
 constexpr qint64 maxStreamLength = qint64(64) << 20;
 constexpr int pipeSize = 1 << 20;
+// The helper's address space. Page preparation needs a few hundred megabytes; the limit only
+// ends what would otherwise take the machine's memory. Sanitizers reserve terabytes of
+// address space for themselves, so their builds go without.
+constexpr rlim_t helperAddressSpace = rlim_t(3) << 30;
+
+std::atomic<int> pageDeadlineMs{60000};
 
 // What the helper writes per page, followed by `length` bytes of the coded image.
 struct MessageHeader
@@ -148,15 +155,37 @@ struct FXPageWorker::Shared
 
 static_assert(std::atomic<int>::is_always_lock_free, "the counter is shared between processes");
 
-FXPageWorker::FXPageWorker(int pageCount)
+// The shared memory holds the counter, then one byte per page, 1 for a page to skip.
+FXPageWorker::FXPageWorker(int pageCount, const std::vector<int> &skipped)
     : m_pageCount(std::clamp(pageCount, 0, INT_MAX - 4))
-{}
+    , m_skipped(size_t(m_pageCount) + 1, false)
+{
+    for (const int page : skipped) {
+        if (page >= 1 && page <= m_pageCount)
+            m_skipped[size_t(page)] = true;
+    }
+}
+
+void FXPageWorker::setPageDeadline(int milliseconds)
+{
+    pageDeadlineMs = std::max(milliseconds, 1);
+}
+
+unsigned char *FXPageWorker::sharedFlags() const
+{
+    return reinterpret_cast<unsigned char *>(m_shared + 1);
+}
+
+bool FXPageWorker::isSkipped(int page) const
+{
+    return page >= 1 && page <= m_pageCount && m_skipped[size_t(page)];
+}
 
 FXPageWorker::~FXPageWorker()
 {
     stop(true);
     if (m_shared)
-        ::munmap(m_shared, sizeof(Shared));
+        ::munmap(m_shared, m_sharedSize);
     if (m_sharedFd >= 0)
         ::close(m_sharedFd);
 }
@@ -168,20 +197,22 @@ bool FXPageWorker::start(QIODevice *input, int useType, int threshold)
     const QByteArray program = helperPath();
     if (program.isEmpty() || !isExecutable(program))
         return false;
+    m_sharedSize = sizeof(Shared) + size_t(m_pageCount) + 1;
     m_sharedFd = aboveStandardStreams(::memfd_create("faxolino-pages", MFD_CLOEXEC));
-    if (m_sharedFd < 0 || ::ftruncate(m_sharedFd, sizeof(Shared)) != 0) {
+    if (m_sharedFd < 0 || ::ftruncate(m_sharedFd, off_t(m_sharedSize)) != 0) {
         qCWarning(lcDocument, "No shared page counter for the render helper: %s",
                   std::strerror(errno));
         return false;
     }
-    void *memory =
-        ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED, m_sharedFd, 0);
+    void *memory = ::mmap(nullptr, m_sharedSize, PROT_READ | PROT_WRITE, MAP_SHARED, m_sharedFd, 0);
     if (memory == MAP_FAILED) {
         qCWarning(lcDocument, "No shared page counter for the render helper: %s",
                   std::strerror(errno));
         return false;
     }
     m_shared = new (memory) Shared{m_localNext};
+    for (int page = 0; page <= m_pageCount; ++page)
+        sharedFlags()[page] = m_skipped[size_t(page)];
 
     const int document = documentDescriptor(input);
     int pipe[2];
@@ -234,6 +265,7 @@ bool FXPageWorker::start(QIODevice *input, int useType, int threshold)
     m_pid = pid;
     m_pipe = pipe[0];
     m_sent.assign(size_t(m_pageCount) + 1, false);
+    m_sinceLastPage.start();
     return true;
 }
 
@@ -257,14 +289,30 @@ void FXPageWorker::receive(std::map<int, FXFaxPageGenerator::PreparedPage> &page
             stop(false);
             return;
         }
+        if (m_received > before)
+            m_sinceLastPage.start();
+        const qint64 left = timeLeft();
+        if (left == 0) {
+            qCWarning(lcDocument,
+                      "The render helper spent more than %d s on one page; it is "
+                      "stopped and the page is left out",
+                      pageDeadlineMs.load() / 1000);
+            stop(true);
+            return;
+        }
         if (!wait || m_received > before)
             return;
         pollfd readable{m_pipe, POLLIN, 0};
-        if (::poll(&readable, 1, -1) < 0 && errno != EINTR) {
+        if (::poll(&readable, 1, int(std::min<qint64>(left, INT_MAX))) < 0 && errno != EINTR) {
             stop(true);
             return;
         }
     }
+}
+
+qint64 FXPageWorker::timeLeft() const
+{
+    return std::max<qint64>(pageDeadlineMs.load() - m_sinceLastPage.elapsed(), 0);
 }
 
 bool FXPageWorker::readAvailable()
@@ -344,8 +392,7 @@ void FXPageWorker::stop(bool kill)
         while (::waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {
         }
         if (!kill && !(WIFEXITED(status) && WEXITSTATUS(status) == 0)) {
-            qCWarning(lcDocument,
-                      "The render helper ended early (%s %d); its pages are prepared here",
+            qCWarning(lcDocument, "The render helper ended early (%s %d)",
                       WIFSIGNALED(status) ? "signal" : "status",
                       WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status));
         }
@@ -372,14 +419,20 @@ int FXPageWorker::serve(int argc, char *argv[])
         return 1;
     std::signal(SIGPIPE, SIG_IGN);
     FXFaxPageGenerator::keepPageMemory();
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    const rlimit limit{helperAddressSpace, helperAddressSpace};
+    ::setrlimit(RLIMIT_AS, &limit);
+#endif
 
+    const size_t sharedSize = sizeof(Shared) + size_t(pageCount) + 1;
     struct stat info;
-    if (::fstat(sharedFd, &info) != 0 || info.st_size < qint64(sizeof(Shared)))
+    if (::fstat(sharedFd, &info) != 0 || info.st_size < qint64(sharedSize))
         return 2;
-    void *memory = ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED, sharedFd, 0);
+    void *memory = ::mmap(nullptr, sharedSize, PROT_READ | PROT_WRITE, MAP_SHARED, sharedFd, 0);
     if (memory == MAP_FAILED)
         return 2;
     auto *shared = static_cast<Shared *>(memory);
+    const auto *skipped = reinterpret_cast<const unsigned char *>(shared + 1);
 
     QFile input;
     if (!input.open(STDIN_FILENO, QIODevice::ReadOnly, QFileDevice::DontCloseHandle))
@@ -393,8 +446,11 @@ int FXPageWorker::serve(int argc, char *argv[])
         const int page = shared->next.fetch_add(1);
         if (page > pageCount)
             return 0;
-        const FXFaxPageGenerator::PreparedPage prepared =
-            FXFaxPageGenerator::preparePage(document, page, useType, threshold);
+        FXFaxPageGenerator::PreparedPage prepared;
+        if (skipped[page])
+            prepared.outcome = FXFaxPageGenerator::PreparedPage::OutOfMemory;
+        else
+            prepared = FXFaxPageGenerator::preparePage(document, page, useType, threshold);
         const MessageHeader header{messageMagic,          page,           prepared.outcome,
                                    prepared.encoding,     prepared.width, prepared.height,
                                    prepared.stream.size()};

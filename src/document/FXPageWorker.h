@@ -3,6 +3,7 @@
 #include "document/FXFaxPageGenerator.h"
 
 #include <QByteArray>
+#include <QElapsedTimer>
 #include <QString>
 
 #include <map>
@@ -19,7 +20,9 @@ class QIODevice;
 class FXPageWorker
 {
 public:
-    explicit FXPageWorker(int pageCount);
+    // The pages in `skipped` (counted from 1) are not prepared by either process: they come
+    // back as out of memory at once.
+    explicit FXPageWorker(int pageCount, const std::vector<int> &skipped = {});
     FXPageWorker(const FXPageWorker &) = delete;
     FXPageWorker &operator=(const FXPageWorker &) = delete;
     // Stops a helper that is still running.
@@ -34,13 +37,20 @@ public:
 
     // The next page to prepare here, counted from 1, or 0 when every page has been taken.
     int claim();
+    bool isSkipped(int page) const;
+
+    // How long the helper may take over one page before it is stopped (60 s by default).
+    static void setPageDeadline(int milliseconds);
 
     // Moves the pages the helper has sent into pages. With wait, blocks until at least one
-    // arrives or the helper ends. A helper that sends something malformed is stopped.
+    // arrives or the helper ends. A helper that sends something malformed, or spends longer
+    // than the page deadline on one page, is stopped.
     void receive(std::map<int, FXFaxPageGenerator::PreparedPage> &pages, bool wait);
 
     // Once the helper has ended: the pages it took but never sent, from firstUnwritten on,
-    // leaving out those already in pages. They are this process's to prepare.
+    // leaving out those already in pages. Whatever ended the helper (a page beyond its
+    // memory limit or its deadline, a fault) would most likely end this process too, so these
+    // pages are left out.
     std::vector<int> lostPages(int firstUnwritten,
                                const std::map<int, FXFaxPageGenerator::PreparedPage> &pages);
 
@@ -57,11 +67,17 @@ private:
     bool readAvailable();
     bool parseMessages(std::map<int, FXFaxPageGenerator::PreparedPage> &pages);
     void stop(bool kill);
+    unsigned char *sharedFlags() const;
+    // Milliseconds left before the helper's current page is overdue (at least 0).
+    qint64 timeLeft() const;
 
     int m_pageCount = 0;
     int m_sharedFd = -1;
     Shared *m_shared = nullptr;
-    int m_localNext = 1; // the counter when shared memory cannot be had
+    size_t m_sharedSize = 0;
+    int m_localNext = 1;           // the counter when shared memory cannot be had
+    std::vector<bool> m_skipped;   // by page
+    QElapsedTimer m_sinceLastPage; // while the helper runs
     pid_t m_pid = -1;
     int m_pipe = -1;
     QByteArray m_buffer;

@@ -2,12 +2,14 @@
 #include "ReferencePixelPipeline.h"
 #include "TestEnvironment.h"
 #include "document/FXFaxPageGenerator.h"
+#include "document/FXPageWorker.h"
 #include "document/GraphicsAdditions.h"
 
 #include <QFile>
 #include <QPdfDocument>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QtConcurrent>
@@ -312,35 +314,45 @@ private Q_SLOTS:
     }
 
     // However the pages are shared with the helper process, and whatever becomes of it, the
-    // document comes out as this process alone writes it.
+    // document comes out as this process alone writes it, less the pages the helper took and
+    // never sent.
     void helperProcess_data()
     {
         QTest::addColumn<QByteArray>("helper"); // a script, or "" for the real helper
+        QTest::addColumn<int>("pages");
         QTest::addColumn<QString>("warning");
-        QTest::newRow("the helper") << QByteArray() << QString();
-        QTest::newRow("missing") << QByteArray("-") << QString();
+        QTest::newRow("the helper") << QByteArray() << 5 << QString();
+        QTest::newRow("missing") << QByteArray("-") << 5 << QString();
         QTest::newRow("fails at once")
-            << QByteArray("#!/bin/sh\nexit 3\n") << "The render helper ended early (status 3)";
+            << QByteArray("#!/bin/sh\nexit 3\n") << 5 << "The render helper ended early (status 3)";
         // Takes two pages through the shared counter and dies without sending them.
         QTest::newRow("dies holding pages")
             << QByteArray("#!/usr/bin/python3\nimport mmap, os, struct\n"
                           "m = mmap.mmap(3, 4)\n"
                           "m[0:4] = struct.pack('i', struct.unpack('i', m[0:4])[0] + 2)\n"
                           "os.kill(os.getpid(), 9)\n")
-            << "The render helper ended early (signal 9)";
+            << 3 << "The render helper ended early (signal 9)";
+        // Takes a page and never finishes it.
+        QTest::newRow("hangs on a page")
+            << QByteArray("#!/usr/bin/python3\nimport mmap, struct, time\n"
+                          "m = mmap.mmap(3, 4)\n"
+                          "m[0:4] = struct.pack('i', struct.unpack('i', m[0:4])[0] + 1)\n"
+                          "time.sleep(60)\n")
+            << 4 << "The render helper spent more than 1 s on one page";
         QTest::newRow("sends garbage")
-            << QByteArray("#!/bin/sh\nhead -c 100000 /dev/urandom\nexec sleep 60\n")
+            << QByteArray("#!/bin/sh\nhead -c 100000 /dev/urandom\nexec sleep 60\n") << 5
             << "The render helper sent something that is not a page";
         // A well-formed message for a page nobody has taken.
         QTest::newRow("sends an untaken page")
             << QByteArray("#!/usr/bin/python3\nimport struct, sys, time\n"
                           "sys.stdout.buffer.write(struct.pack('<Iiiiiiq', 0x46585047, 6, 1, 0, "
                           "0, 0, 0))\nsys.stdout.flush()\ntime.sleep(60)\n")
-            << "The render helper sent something that is not a page";
+            << 5 << "The render helper sent something that is not a page";
     }
     void helperProcess()
     {
         QFETCH(QByteArray, helper);
+        QFETCH(int, pages);
         QFETCH(QString, warning);
         const QByteArray input = TestEnvironment::readFile(fixture(QStringLiteral("five.pdf")));
         const QString alone = m_dir.filePath(QStringLiteral("alone.pdf"));
@@ -358,13 +370,16 @@ private Q_SLOTS:
         else if (!helper.isEmpty())
             program = helperScript(m_dir.path(), helper);
         const HelperOverride override(program);
+        FXPageWorker::setPageDeadline(1000);
+        const auto restoreDeadline = qScopeGuard([] { FXPageWorker::setPageDeadline(60000); });
         LogCapture log;
         const QString shared = m_dir.filePath(QStringLiteral("shared.pdf"));
         const FXFaxPageGenerator::Result result =
             FXFaxPageGenerator::generatePDFWithData(input, QString(), 0, 2, shared);
         QVERIFY(result.written);
-        QCOMPARE(result.pageCount, 5);
-        QCOMPARE(TestEnvironment::readFile(shared), TestEnvironment::readFile(alone));
+        QCOMPARE(result.pageCount, pages);
+        if (pages == 5)
+            QCOMPARE(TestEnvironment::readFile(shared), TestEnvironment::readFile(alone));
         if (!warning.isEmpty())
             QVERIFY2(log.contains(warning), qPrintable(log.messages().join(QLatin1Char('\n'))));
         if (helper.isEmpty())
@@ -388,6 +403,10 @@ private Q_SLOTS:
         QTest::newRow("missing page object") << "missing-page.pdf" << false << 0;
         QTest::newRow("a million pages claimed") << "huge-count.pdf" << false << 0;
         QTest::newRow("a page too flat to render") << "sliver-page.pdf" << true << 1;
+        // Refused by the structure check within moments; Qt Pdf would take many minutes.
+        QTest::newRow("a page tree 1,030 levels deep") << "deep-tree.pdf" << false << 0;
+        // The page whose drawing instructions unpack beyond the budget is left out.
+        QTest::newRow("a page that unpacks too far") << "unpacks-too-far.pdf" << true << 2;
     }
     void damagedInput()
     {

@@ -145,6 +145,32 @@ def main():
         b"/Contents 4 0 R >>",
         stream(b"0 g 100 100 200 200 re f\n"),
     ]))
+    # One page inside 1,030 nested page tree nodes: deep enough to keep Qt Pdf busy for many
+    # minutes.
+    deep = [b"<< /Type /Catalog /Pages 2 0 R >>"]
+    for level in range(1030):
+        parent = b" /Parent %d 0 R" % (level + 1) if level else b""
+        deep.append(b"<< /Type /Pages /Kids [%d 0 R] /Count 1%s >>" % (level + 3, parent))
+    deep.append(b"<< /Type /Page /Parent 1031 0 R /MediaBox [0 0 595 842] /Resources << >> "
+                b"/Contents 1033 0 R >>")
+    deep.append(stream(b"0 g 100 100 200 200 re f\n"))
+    write("deep-tree.pdf", pdf(deep))
+    # Three pages; the second one's 120 KB of drawing instructions unpack to 48 MB.
+    square = b"0 g 100 100 200 200 re f\n"
+    bomb = zlib.compress(square * (48 * 1024 * 1024 // len(square)), 9)
+    write("unpacks-too-far.pdf", pdf([
+        b"<< /Type /Catalog /Pages 2 0 R >>",
+        b"<< /Type /Pages /Kids [3 0 R 5 0 R 7 0 R] /Count 3 >>",
+        b"<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] /Resources << >> "
+        b"/Contents 4 0 R >>",
+        stream(square),
+        b"<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] /Resources << >> "
+        b"/Contents 6 0 R >>",
+        stream(bomb, b" /Filter /FlateDecode"),
+        b"<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] /Resources << >> "
+        b"/Contents 8 0 R >>",
+        stream(square),
+    ]))
     encrypted = os.path.join(HERE, "encrypted.pdf")
     subprocess.run(["qpdf", "--encrypt", "user-secret", "owner-secret", "256", "--",
                     os.path.join(HERE, "text.pdf"), encrypted], check=True)
