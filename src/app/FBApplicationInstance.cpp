@@ -188,7 +188,9 @@ int FBApplicationInstance::run(int argc, char *argv[])
     }
     instance.perform(*request);
     instance.startSpoolWatcher();
-    return app.exec();
+    const int status = app.exec();
+    FBHeadlessDocumentTarget::waitForCopies();
+    return status;
 }
 
 FBApplicationInstance::FBApplicationInstance(FBFaxDocumentTarget *target, QObject *parent)

@@ -10,8 +10,8 @@ class FBFaxDocumentTarget
 public:
     virtual ~FBFaxDocumentTarget() = default;
 
-    // A document to fax, with the number to pre-set ("" for none). The file is read before this
-    // returns; callers such as the spool remove it afterwards.
+    // A document to fax, with the number to pre-set ("" for none). The file is opened before
+    // this returns; callers such as the spool remove it afterwards.
     virtual void newFaxForFile(const QString &path, const QString &toNumber)
     {
         Q_UNUSED(path)

@@ -9,6 +9,7 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
+#include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -127,6 +128,29 @@ private Q_SLOTS:
         else
             QVERIFY(!log.contains(QLatin1String("unknown command")));
         QVERIFY(!log.contains(QLatin1String("New fax to number \"\"")));
+    }
+
+    // The copy is made from the document opened during the call, so a source removed as
+    // soon as the call returns (as the spool does) is still kept whole.
+    void keptAfterTheSourceIsRemoved()
+    {
+        const QString source = m_dir.filePath(QStringLiteral("large.pdf"));
+        QByteArray content(48 << 20, 'x');
+        content.replace(0, 8, "%PDF-1.4");
+        QFile file(source);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+        file.close();
+        QDir(FBHeadlessDocumentTarget::receivedFolder()).removeRecursively();
+
+        const QDBusMessage reply = call(QStringLiteral("OpenFile"), {source});
+        QVERIFY(QFile::remove(source));
+        QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
+        FBHeadlessDocumentTarget::waitForCopies();
+        const QFileInfoList kept =
+            QDir(FBHeadlessDocumentTarget::receivedFolder()).entryInfoList(QDir::Files);
+        QCOMPARE(kept.size(), 1);
+        QVERIFY(kept.first().fileName().endsWith(QLatin1String("-large.pdf")));
+        QCOMPARE(TestEnvironment::readFile(kept.first().filePath()), content);
     }
 
     // Reading a device or a pipe would never end; such paths never reach the controller.
