@@ -1,5 +1,6 @@
 #include "document/FXPageWorker.h"
 
+#include "document/FXPageMessages.h"
 #include "foundation/FXLogging.h"
 
 #include <QFile>
@@ -33,9 +34,6 @@ namespace {
 
 constexpr char helperName[] = "faxolino-render";
 constexpr int sharedFd = 3;
-constexpr quint32 messageMagic = 0x46585047; // "FXPG"
-// No coded page comes near this; anything longer is not a page.
-constexpr qint64 maxStreamLength = qint64(64) << 20;
 constexpr int pipeSize = 1 << 20;
 // The helper's address space. Page preparation needs a few hundred megabytes; the limit only
 // ends what would otherwise take the machine's memory. Sanitizers reserve terabytes of
@@ -43,18 +41,6 @@ constexpr int pipeSize = 1 << 20;
 constexpr rlim_t helperAddressSpace = rlim_t(3) << 30;
 
 std::atomic<int> pageDeadlineMs{60000};
-
-// What the helper writes per page, followed by `length` bytes of the coded image.
-struct MessageHeader
-{
-    quint32 magic;
-    qint32 page;
-    qint32 outcome;
-    qint32 encoding;
-    qint32 width;
-    qint32 height;
-    qint64 length;
-};
 
 bool writeAll(int fd, const char *data, size_t size)
 {
@@ -332,39 +318,8 @@ bool FXPageWorker::readAvailable()
 
 bool FXPageWorker::parseMessages(std::map<int, FXFaxPageGenerator::PreparedPage> &pages)
 {
-    using Page = FXFaxPageGenerator::PreparedPage;
-    qsizetype offset = 0;
-    while (m_buffer.size() - offset >= qsizetype(sizeof(MessageHeader))) {
-        MessageHeader header;
-        std::memcpy(&header, m_buffer.constData() + offset, sizeof header);
-        const int claimed = m_shared ? std::min(m_shared->next.load(), m_pageCount + 1) : 0;
-        if (header.magic != messageMagic || header.page < 1 || header.page >= claimed
-            || m_sent[size_t(header.page)] || header.length < 0 || header.length > maxStreamLength
-            || header.outcome < Page::Written || header.outcome > Page::OutOfMemory)
-            return false;
-        if (m_buffer.size() - offset - qsizetype(sizeof header) < header.length)
-            break;
-        Page page;
-        page.outcome = Page::Outcome(header.outcome);
-        if (page.outcome == Page::Written) {
-            if ((header.encoding != FXPageImagePDFWriter::Group4
-                 && header.encoding != FXPageImagePDFWriter::Flate)
-                || header.width != FXFaxPageGenerator::canvasWidth
-                || header.height != FXFaxPageGenerator::canvasHeight || header.length == 0)
-                return false;
-            page.encoding = FXPageImagePDFWriter::Encoding(header.encoding);
-            page.width = header.width;
-            page.height = header.height;
-            page.stream = m_buffer.mid(offset + qsizetype(sizeof header), header.length);
-            ++m_delivered;
-        }
-        m_sent[size_t(header.page)] = true;
-        ++m_received;
-        pages.insert_or_assign(header.page, std::move(page));
-        offset += qsizetype(sizeof header) + header.length;
-    }
-    m_buffer.remove(0, offset);
-    return true;
+    const int claimed = m_shared ? std::min(m_shared->next.load(), m_pageCount + 1) : 0;
+    return FXPageMessages::decode(m_buffer, claimed, m_sent, pages, m_received, m_delivered);
 }
 
 std::vector<int>
@@ -451,12 +406,8 @@ int FXPageWorker::serve(int argc, char *argv[])
             prepared.outcome = FXFaxPageGenerator::PreparedPage::OutOfMemory;
         else
             prepared = FXFaxPageGenerator::preparePage(document, page, useType, threshold);
-        const MessageHeader header{messageMagic,          page,           prepared.outcome,
-                                   prepared.encoding,     prepared.width, prepared.height,
-                                   prepared.stream.size()};
-        if (!writeAll(STDOUT_FILENO, reinterpret_cast<const char *>(&header), sizeof header)
-            || !writeAll(STDOUT_FILENO, prepared.stream.constData(),
-                         size_t(prepared.stream.size())))
+        const QByteArray message = FXPageMessages::encode(page, prepared);
+        if (!writeAll(STDOUT_FILENO, message.constData(), size_t(message.size())))
             return 1;
     }
 }
