@@ -69,12 +69,86 @@ struct SplitCards
     QStringList problems;
 };
 
-SplitCards splitCards(const QByteArray &data)
+// libebook-contacts gives up on a property that ends before the colon after its name and
+// parameters, or whose name is no "[group.]name", and loses what it had read of it: a card of
+// a million such lines costs gigabytes. Such a property carries nothing it would read, so it is
+// left out here. A property is judged whole, with the lines that continue it: folded lines
+// start with a blank, quoted-printable ones follow a line ending in '=', and 2.1 writers may
+// put base64 data on plain lines up to a blank one. A name and parameters folded over lines
+// are joined, as the library would give up on them too.
+class CardLines
 {
+public:
+    void add(QByteArrayView text, QByteArray &card)
+    {
+        const bool continues = !m_pending.isEmpty()
+                               && (text.startsWith(' ') || text.startsWith('\t') || m_softBreak
+                                   || (m_base64 && !text.isEmpty() && !text.contains(':')));
+        if (!continues) {
+            flush(card);
+            if (text.isEmpty()) {
+                m_base64 = m_quotedPrintable = m_softBreak = false;
+                card.append('\n');
+                return;
+            }
+            const qsizetype colon = text.indexOf(':');
+            const QByteArray head = text.first(colon < 0 ? 0 : colon).toByteArray().toUpper();
+            m_base64 = head.contains("BASE64") || head.contains("ENCODING=B;")
+                       || head.endsWith("ENCODING=B");
+            m_quotedPrintable = head.contains("QUOTED-PRINTABLE");
+        }
+        m_softBreak = m_quotedPrintable && text.endsWith('=');
+        m_pending.append(text).append('\n');
+    }
+
+    void flush(QByteArray &card)
+    {
+        if (m_pending.isEmpty())
+            return;
+        // The library reads a name and parameters only on one line: they are unfolded here,
+        // the value is left as it came.
+        const qsizetype colon = m_pending.indexOf(':');
+        if (colon >= 0) {
+            QByteArray head = m_pending.first(colon);
+            head.replace("=\n", "").replace("\n ", "").replace("\n\t", "");
+            const qsizetype semicolon = head.indexOf(';');
+            if (isName(QByteArrayView(head).first(semicolon < 0 ? head.size() : semicolon))
+                && !head.contains('\n'))
+                card.append(head).append(QByteArrayView(m_pending).sliced(colon));
+        }
+        m_pending.clear();
+    }
+
+private:
+    // "[group.]name", each part letters, digits, dashes and underscores.
+    static bool isName(QByteArrayView name)
+    {
+        const qsizetype dot = name.indexOf('.');
+        const auto isWord = [](QByteArrayView word) {
+            return !word.isEmpty() && std::all_of(word.begin(), word.end(), [](char c) {
+                return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9')
+                       || c == '-' || c == '_';
+            });
+        };
+        return dot < 0 ? isWord(name) : isWord(name.first(dot)) && isWord(name.sliced(dot + 1));
+    }
+
+    QByteArray m_pending;
+    bool m_softBreak = false;
+    bool m_quotedPrintable = false;
+    bool m_base64 = false;
+};
+
+SplitCards splitCards(QByteArray data)
+{
+    // The library ends a line at a lone carriage return too (old Mac files have nothing
+    // else); every line end becomes a line feed.
+    data.replace("\r\n", "\n").replace('\r', '\n');
     SplitCards split;
     QByteArray current;
     int depth = 0;
     qsizetype pos = 0;
+    CardLines lines;
     while (pos < data.size()) {
         qsizetype newline = data.indexOf('\n', pos);
         if (newline < 0)
@@ -88,6 +162,7 @@ SplitCards splitCards(const QByteArray &data)
                 depth = 1;
                 current = line.toByteArray();
                 current.append('\n');
+                lines = CardLines();
             }
             continue;
         }
@@ -95,11 +170,13 @@ SplitCards splitCards(const QByteArray &data)
         // the owner's, so they are left out, and only the outer END closes the card.
         const bool end = !begin && lineIs(line, "END:VCARD");
         if (depth == 1 && !begin)
-            current.append(line).append('\n');
-        if (begin)
+            lines.add(line, current);
+        if (begin) {
             ++depth;
-        else if (end && --depth == 0)
+        } else if (end && --depth == 0) {
+            lines.flush(current);
             split.cards.append(std::exchange(current, QByteArray()));
+        }
     }
     if (depth > 0)
         split.problems.append(

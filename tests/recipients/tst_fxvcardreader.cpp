@@ -230,6 +230,15 @@ private Q_SLOTS:
             << QByteArray("BEGIN:VCARD\nN:A;B\nTEL:\nTEL:" + QByteArray(300, '1')
                           + "\nTEL:2\nEND:VCARD\n")
             << QStringList{"B||A||||| : _$!<Phone>!$_=2"};
+        // Lines that are no property are left out (the library would lose memory on each);
+        // the values they might continue are kept whole.
+        QTest::newRow("stray lines")
+            << QByteArray("BEGIN:VCARD\nVERSION:2.1\nitem1.\nN:A;B\nab\nitem2.TEL;CELL\nTEL:1\n"
+                          "NOTE;ENCODING=QUOTED-PRINTABLE:x=\ny\nEND:VCARD\n")
+            << QStringList{"B||A||||| : _$!<Phone>!$_=1"};
+        QTest::newRow("classic Mac line ends")
+            << QByteArray("BEGIN:VCARD\rVERSION:3.0\rN:A;B\rTEL:1\rEND:VCARD\r")
+            << QStringList{"B||A||||| : _$!<Phone>!$_=1"};
         QTest::newRow("contact list is no person")
             << QByteArray("BEGIN:VCARD\nN:List\nX-EVOLUTION-LIST:TRUE\nTEL:1\nEND:VCARD\n")
             << QStringList{};
