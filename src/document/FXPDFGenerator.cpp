@@ -252,10 +252,12 @@ QString freshMergeFile()
 
 FXFaxPageGenerator::Result FXPDFGenerator::generatePDFWithData(const QByteArray &data,
                                                                const QString &withHeader,
-                                                               int useType, int threshold)
+                                                               int useType, int threshold,
+                                                               const QString &toPath)
 {
-    return FXFaxPageGenerator::generatePDFWithData(data, withHeader, useType, threshold,
-                                                   FXFaxFileManager::filePathForProcessedFaxFile());
+    return FXFaxPageGenerator::generatePDFWithData(
+        data, withHeader, useType, threshold,
+        toPath.isEmpty() ? FXFaxFileManager::filePathForProcessedFaxFile() : toPath);
 }
 
 void FXPDFGenerator::combinePDFURLs(const QList<QUrl> &pdfURLs, const QUrl &writeToURL,

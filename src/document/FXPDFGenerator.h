@@ -22,9 +22,12 @@ public:
     // The fax pages of a document (see FXFaxPageGenerator) written to the processed fax file,
     // which is created or replaced; an unreadable document gives a file without pages. The
     // result tells the page count. Synchronous and slow: callers run it off the main thread.
+    // Work that may run beside other page preparation in this process (every fax job) names a
+    // file of its own in toPath instead.
     static FXFaxPageGenerator::Result generatePDFWithData(const QByteArray &data,
                                                           const QString &withHeader, int useType,
-                                                          int threshold);
+                                                          int threshold,
+                                                          const QString &toPath = QString());
 
     // Destination = every page of every source, in list order. forReport: each page is instead
     // scaled to fit (never enlarged) and centred on a 595.2 x 841.8 page.

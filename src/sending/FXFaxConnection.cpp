@@ -17,8 +17,10 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QFutureWatcher>
 #include <QSaveFile>
+#include <QTemporaryFile>
 #include <QTimer>
 #include <QtConcurrent>
 
@@ -158,13 +160,24 @@ void FXFaxConnection::startSendingFax()
     });
     watcher->setFuture(QtConcurrent::run([data, header, type, threshold] {
         PreparedFax prepared;
-        const FXFaxPageGenerator::Result result =
-            FXPDFGenerator::generatePDFWithData(data, header, type, threshold);
+        // Jobs of one process (and the main window's preview) prepare pages at the same time:
+        // each job's worker writes a file of its own beside the processed fax file and hands
+        // its bytes over.
+        const QFileInfo shared(FXFaxFileManager::filePathForProcessedFaxFile());
+        QTemporaryFile processed(
+            shared.dir().filePath(shared.completeBaseName() + QStringLiteral("-XXXXXX.pdf")));
+        if (!processed.open()) {
+            prepared.problem = processed.errorString();
+            return prepared;
+        }
+        const FXFaxPageGenerator::Result result = FXPDFGenerator::generatePDFWithData(
+            data, header, type, threshold, processed.fileName());
         prepared.pageCount = result.written ? result.pageCount : 0;
         prepared.problem = result.errorString;
-        QFile processed(FXFaxFileManager::filePathForProcessedFaxFile());
-        if (prepared.pageCount > 0 && processed.open(QIODevice::ReadOnly))
-            prepared.data = processed.readAll();
+        // The generator replaced the file: read it afresh by its name.
+        QFile written(processed.fileName());
+        if (prepared.pageCount > 0 && written.open(QIODevice::ReadOnly))
+            prepared.data = written.readAll();
         if (prepared.data.isEmpty())
             prepared.pageCount = 0;
         return prepared;

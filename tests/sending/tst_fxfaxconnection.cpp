@@ -317,6 +317,24 @@ private Q_SLOTS:
                                          .toHex()));
     }
 
+    // Two jobs in one process prepare their pages at the same time; each sends its own.
+    void twoJobsAtOnce()
+    {
+        FXFaxConnection first, second;
+        Recorder firstRecorder, secondRecorder;
+        first.setDelegate(&firstRecorder);
+        second.setDelegate(&secondRecorder);
+        first.startSendingFaxForPDFData(fixtureDocument(QStringLiteral("one.pdf")),
+                                        {QStringLiteral("030555000123")});
+        second.startSendingFaxForPDFData(fixtureDocument(QStringLiteral("three-pages.pdf")),
+                                         {QStringLiteral("030555000124")});
+        QVERIFY(QTest::qWaitFor(
+            [&] { return firstRecorder.completed == 1 && secondRecorder.completed == 1; },
+            kJobTimeoutMs));
+        QCOMPARE(firstRecorder.events.last().fax.pages(), 1);
+        QCOMPARE(secondRecorder.events.last().fax.pages(), 3);
+    }
+
     // Answers that come after a receiver's outcome was handled belong to nobody.
     void lateAnswers_data()
     {
