@@ -21,7 +21,7 @@ public:
     struct Limits
     {
         int maxTreeDepth = 256;
-        qint64 maxInstructionBytes = qint64(32) << 20; // per page
+        qint64 maxInstructionBytes = qint64(24) << 20; // per page
         qint64 maxDataBytes = qint64(512) << 20;       // per page
         int maxMilliseconds = 10000;
     };
