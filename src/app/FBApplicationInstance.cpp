@@ -135,6 +135,9 @@ bool FBApplicationInstance::forward(const Request &request, QString *error)
         method = QStringLiteral("Dial");
         arguments = {request.number};
         break;
+    case Request::Activate:
+        method = QStringLiteral("Activate");
+        break;
     }
     QDBusMessage call = QDBusMessage::createMethodCall(QLatin1String(kFaxServiceName),
                                                        QLatin1String(kFaxServicePath),
@@ -223,6 +226,9 @@ void FBApplicationInstance::perform(const Request &request)
         break;
     case Request::Dial:
         m_service->Dial(request.number);
+        break;
+    case Request::Activate:
+        m_service->Activate();
         break;
     }
 }

@@ -20,7 +20,8 @@ class FBApplicationInstance : public QObject
 public:
     struct Request
     {
-        enum Kind { OpenFile, FaxFile, Dial };
+        // Activate: a start without a document, which brings the running window forward.
+        enum Kind { OpenFile, FaxFile, Dial, Activate };
         Kind kind = OpenFile;
         QString path; // absolute
         QString number;

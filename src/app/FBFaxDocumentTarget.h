@@ -21,6 +21,9 @@ public:
     // A new, empty fax to a number; "" does nothing.
     virtual void newFaxToNumber(const QString &number) { Q_UNUSED(number) }
 
+    // Another start of the application: bring its window to the front.
+    virtual void activate() {}
+
     // The desktop's "open file" request; always answers true.
     virtual bool openFile(const QString &path)
     {

@@ -76,6 +76,12 @@ void FBFaxService::Dial(const QString &number)
     perform(QLatin1String(kDialCommandCode), QStringLiteral("Dial"), number, {});
 }
 
+void FBFaxService::Activate()
+{
+    if (m_target)
+        m_target->activate();
+}
+
 void FBFaxService::Command(const QString &commandCode, const QString &directParameter,
                            const QVariantMap &arguments)
 {

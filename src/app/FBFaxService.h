@@ -38,6 +38,8 @@ public Q_SLOTS:
     void FaxFile(const QString &path, const QString &number);
     // "dial": a new fax to the number.
     void Dial(const QString &number);
+    // Another start of the application: the running one comes to the front.
+    void Activate();
     // Any command code with its direct parameter and named arguments ("numb").
     void Command(const QString &commandCode, const QString &directParameter,
                  const QVariantMap &arguments);
