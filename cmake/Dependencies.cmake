@@ -1,6 +1,6 @@
 # Every library comes from Debian 12's packages (scripts/install-deps).
 find_package(Qt6 6.4 REQUIRED COMPONENTS
-  Core Gui Widgets Network Sql Pdf DBus Concurrent Test LinguistTools)
+  Core Gui Widgets Network Sql Pdf PdfWidgets DBus Concurrent Test LinguistTools)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(LIBSECRET REQUIRED IMPORTED_TARGET libsecret-1)
 pkg_check_modules(EXPAT REQUIRED IMPORTED_TARGET expat)

@@ -258,5 +258,86 @@
         <source>pdfservice_failed</source>
         <translation>Das Drucksystem hat die Änderung abgelehnt: %1</translation>
     </message>
+    <!-- Main window: toolbar, menus and panes -->
+    <message id="toolbar">
+        <source>toolbar</source>
+        <translation>Hauptwerkzeugleiste</translation>
+    </message>
+    <message id="toolbar_new_fax">
+        <source>toolbar_new_fax</source>
+        <translation>Neues Fax</translation>
+    </message>
+    <message id="toolbar_open">
+        <source>toolbar_open</source>
+        <translation>Öffnen …</translation>
+    </message>
+    <message id="toolbar_add_pages">
+        <source>toolbar_add_pages</source>
+        <translation>Seiten hinzufügen …</translation>
+    </message>
+    <message id="toolbar_delete_page">
+        <source>toolbar_delete_page</source>
+        <translation>Seite löschen</translation>
+    </message>
+    <message id="toolbar_send">
+        <source>toolbar_send</source>
+        <translation>Senden</translation>
+    </message>
+    <message id="toolbar_reports">
+        <source>toolbar_reports</source>
+        <translation>Sendeberichte</translation>
+    </message>
+    <message id="toolbar_preferences">
+        <source>toolbar_preferences</source>
+        <translation>Einstellungen</translation>
+    </message>
+    <message id="menu_file">
+        <source>menu_file</source>
+        <translation>&amp;Datei</translation>
+    </message>
+    <message id="menu_edit">
+        <source>menu_edit</source>
+        <translation>&amp;Bearbeiten</translation>
+    </message>
+    <message id="menu_view">
+        <source>menu_view</source>
+        <translation>&amp;Ansicht</translation>
+    </message>
+    <message id="menu_quit">
+        <source>menu_quit</source>
+        <translation>&amp;Beenden</translation>
+    </message>
+    <message id="menu_extended_toolbar">
+        <source>menu_extended_toolbar</source>
+        <translation>Beschriftungen der Werkzeugleiste zeigen</translation>
+    </message>
+    <message id="sending_progress">
+        <source>sending_progress</source>
+        <translation>Sendefortschritt</translation>
+    </message>
+    <message id="pages_grid">
+        <source>pages_grid</source>
+        <translation>Faxseiten</translation>
+    </message>
+    <message id="preview">
+        <source>preview</source>
+        <translation>Vorschau der Faxseiten</translation>
+    </message>
+    <message id="preparing_pages">
+        <source>preparing_pages</source>
+        <translation>Faxseiten werden vorbereitet</translation>
+    </message>
+    <message id="account_not_configured">
+        <source>account_not_configured</source>
+        <translation>Noch kein voxaria-Konto eingerichtet</translation>
+    </message>
+    <message id="pdf_filter">
+        <source>pdf_filter</source>
+        <translation>PDF-Dokumente (*.pdf *.PDF)</translation>
+    </message>
+    <message id="thumbnail_page">
+        <source>thumbnail_page</source>
+        <translation>Seite %1 von %2</translation>
+    </message>
 </context>
 </TS>

@@ -258,5 +258,86 @@
         <source>pdfservice_failed</source>
         <translation>The printing system refused the change: %1</translation>
     </message>
+    <!-- Main window: toolbar, menus and panes -->
+    <message id="toolbar">
+        <source>toolbar</source>
+        <translation>Main toolbar</translation>
+    </message>
+    <message id="toolbar_new_fax">
+        <source>toolbar_new_fax</source>
+        <translation>New Fax</translation>
+    </message>
+    <message id="toolbar_open">
+        <source>toolbar_open</source>
+        <translation>Open…</translation>
+    </message>
+    <message id="toolbar_add_pages">
+        <source>toolbar_add_pages</source>
+        <translation>Add Pages…</translation>
+    </message>
+    <message id="toolbar_delete_page">
+        <source>toolbar_delete_page</source>
+        <translation>Delete Page</translation>
+    </message>
+    <message id="toolbar_send">
+        <source>toolbar_send</source>
+        <translation>Send</translation>
+    </message>
+    <message id="toolbar_reports">
+        <source>toolbar_reports</source>
+        <translation>Reports</translation>
+    </message>
+    <message id="toolbar_preferences">
+        <source>toolbar_preferences</source>
+        <translation>Preferences</translation>
+    </message>
+    <message id="menu_file">
+        <source>menu_file</source>
+        <translation>&amp;File</translation>
+    </message>
+    <message id="menu_edit">
+        <source>menu_edit</source>
+        <translation>&amp;Edit</translation>
+    </message>
+    <message id="menu_view">
+        <source>menu_view</source>
+        <translation>&amp;View</translation>
+    </message>
+    <message id="menu_quit">
+        <source>menu_quit</source>
+        <translation>&amp;Quit</translation>
+    </message>
+    <message id="menu_extended_toolbar">
+        <source>menu_extended_toolbar</source>
+        <translation>Show Toolbar Labels</translation>
+    </message>
+    <message id="sending_progress">
+        <source>sending_progress</source>
+        <translation>Sending progress</translation>
+    </message>
+    <message id="pages_grid">
+        <source>pages_grid</source>
+        <translation>Fax pages</translation>
+    </message>
+    <message id="preview">
+        <source>preview</source>
+        <translation>Preview of the fax pages</translation>
+    </message>
+    <message id="preparing_pages">
+        <source>preparing_pages</source>
+        <translation>Preparing the fax pages</translation>
+    </message>
+    <message id="account_not_configured">
+        <source>account_not_configured</source>
+        <translation>No voxaria account is set up yet</translation>
+    </message>
+    <message id="pdf_filter">
+        <source>pdf_filter</source>
+        <translation>PDF documents (*.pdf *.PDF)</translation>
+    </message>
+    <message id="thumbnail_page">
+        <source>thumbnail_page</source>
+        <translation>Page %1 of %2</translation>
+    </message>
 </context>
 </TS>

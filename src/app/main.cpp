@@ -1,4 +1,5 @@
 #include "app/FBApplicationInstance.h"
+#include "app/FBDesktopApplication.h"
 #include "cli/AccountCommand.h"
 #include "cli/JournalCommand.h"
 #include "cli/PollCommand.h"
@@ -71,6 +72,13 @@ int main(int argc, char *argv[])
                 return command.run(argc - 1, argv + 1);
             }
         }
+    }
+
+    // The desktop application, with or without a document, where there is a display.
+    if ((argc == 1 || FBApplicationInstance::isInstanceRequest(argc, argv))
+        && FBDesktopApplication::hasDisplay()) {
+        setApplicationIdentity();
+        return FBDesktopApplication::run(argc, argv);
     }
 
     // Documents and numbers for the one running instance of this user.

@@ -35,6 +35,9 @@ private:
                            m_dir->filePath(QStringLiteral("spool")));
         environment.insert(QStringLiteral("QT_FORCE_STDERR_LOGGING"), QStringLiteral("1"));
         environment.insert(QStringLiteral("QT_LOGGING_RULES"), QStringLiteral("faxolino.*=true"));
+        // The instance without windows: no display.
+        for (const char *display : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
+            environment.remove(QLatin1String(display));
         return environment;
     }
 

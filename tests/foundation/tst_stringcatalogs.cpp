@@ -32,7 +32,8 @@ const char *const kLanguages[] = {"en", "de"};
 const QMap<QString, int> kFormatKeys = {{QStringLiteral("sendFax"), 1},
                                         {QStringLiteral("fax_to"), 1},
                                         {QStringLiteral("pdfservice_admin_required"), 1},
-                                        {QStringLiteral("pdfservice_failed"), 1}};
+                                        {QStringLiteral("pdfservice_failed"), 1},
+                                        {QStringLiteral("thumbnail_page"), 2}};
 
 const QString kMissingLog = QStringLiteral("Missing localized text for key");
 

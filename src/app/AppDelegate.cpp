@@ -1,0 +1,530 @@
+#include "app/AppDelegate.h"
+
+#include "app/FBMainWindow.h"
+#include "app/MVPDFServices.h"
+#include "cli/CommandSupport.h"
+#include "document/FXPDFGenerator.h"
+#include "foundation/FBLocalization.h"
+#include "foundation/FBRegularFile.h"
+#include "foundation/FBUserDefaults.h"
+#include "foundation/FXFaxFileManager.h"
+#include "foundation/FXLogging.h"
+#include "sending/FXAccountCheck.h"
+#include "sending/FXFaxConnection.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QMessageBox>
+#include <QPdfDocument>
+#include <QPdfView>
+#include <QProcess>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QStatusBar>
+#include <QTimer>
+
+namespace {
+
+QString prepareProgram;
+int prepareDeadlineMs = 10 * 60 * 1000;
+std::function<bool(const QString &, const QString &)> alertHook;
+
+// Documents larger than this are not read into memory (the D-Bus service refuses them too).
+constexpr qint64 maximumDocumentBytes = 512LL * 1024 * 1024;
+
+QString pagesText(int count)
+{
+    return QStringLiteral("%1 %2").arg(count).arg(FXText(count == 1 ? "page" : "pages"));
+}
+
+} // namespace
+
+void AppDelegate::setPrepareProgram(const QString &path)
+{
+    prepareProgram = path;
+}
+
+void AppDelegate::setPrepareDeadlineMs(int ms)
+{
+    prepareDeadlineMs = ms;
+}
+
+void AppDelegate::setAlertHook(std::function<bool(const QString &, const QString &)> hook)
+{
+    alertHook = std::move(hook);
+}
+
+AppDelegate::AppDelegate(QObject *parent)
+    : QObject(parent)
+    , m_window(new FBMainWindow)
+{
+    m_window->setAttribute(Qt::WA_DeleteOnClose, false);
+    connect(m_window->newFaxAction, &QAction::triggered, this,
+            [this] { openFaxWindow(Sender::Menu); });
+    connect(m_window->openAction, &QAction::triggered, this, [this] {
+        const QString path = QFileDialog::getOpenFileName(m_window, FXText("toolbar_open"),
+                                                          QDir::homePath(), FXText("pdf_filter"));
+        if (!path.isEmpty())
+            processFaxFileForPath(path, true);
+    });
+    connect(m_window->addPageAction, &QAction::triggered, this, &AppDelegate::addPage);
+    connect(m_window->deletePageAction, &QAction::triggered, this, &AppDelegate::deletePage);
+    connect(m_window->sendAction, &QAction::triggered, this, &AppDelegate::sendFax);
+    connect(m_window->receiverField, &QLineEdit::returnPressed, this, &AppDelegate::sendFax);
+    connect(m_window->receiverField, &QLineEdit::textChanged, this, &AppDelegate::updateActions);
+    connect(m_window->extendedToolbarAction, &QAction::toggled, this, [this](bool extended) {
+        FBUserDefaults::setObject(extended, kShowExtendedToolbarKey);
+        FBUserDefaults::synchronize();
+        m_window->setExtendedToolbar(extended);
+    });
+    connect(m_window, &FBMainWindow::pdfDropped, this,
+            [this](const QString &path) { processFaxFileForPath(path, true); });
+    connect(m_window, &FBMainWindow::pdfDroppedOnGrid, this,
+            [this](const QString &path, int) { addPageFromPath(path); });
+    connect(m_window, &FBMainWindow::pagesMoved, this,
+            &AppDelegate::draggingMovedPDFDocumentPagesAtIndexes);
+    connect(m_window->document, &QPdfDocument::pageCountChanged, this, &AppDelegate::updateActions);
+    updateActions();
+}
+
+AppDelegate::~AppDelegate()
+{
+    if (m_preparation)
+        m_preparation->kill();
+    // The document announces its closing while the window goes.
+    disconnect(m_window->document, nullptr, this, nullptr);
+    delete m_window;
+}
+
+void AppDelegate::applicationDidFinishLaunching()
+{
+    _documentType = 0;
+    _documentTypeThreshold = 2;
+    _lastState = 0;
+    m_window->setExtendedToolbar(FBUserDefaults::boolForKey(kShowExtendedToolbarKey));
+    if (isAppConfigured()) {
+        openFaxWindow(Sender::Menu);
+    } else {
+        openFaxWindow(Sender::Controller);
+        errorWithMessage(FXText("account_not_configured"));
+    }
+    destinationNumber.clear();
+    _didLaunch = true;
+    if (!FBUserDefaults::hasKey(kSaveSendDocumentKey)) {
+        FBUserDefaults::setObject(true, kSaveSendDocumentKey);
+        FBUserDefaults::synchronize();
+    }
+}
+
+bool AppDelegate::isAppConfigured() const
+{
+    QString problem;
+    return CommandSupport::isAccountConfigured(&problem);
+}
+
+void AppDelegate::newFaxForFile(const QString &path, const QString &toNumber)
+{
+    processFaxFileForPath(path, true);
+    if (!toNumber.isEmpty()) {
+        destinationNumber = toNumber;
+        m_window->receiverField->setText(toNumber);
+    }
+}
+
+void AppDelegate::newFaxToNumber(const QString &number)
+{
+    if (!number.isEmpty())
+        openFaxWindowWithNumber(number);
+}
+
+bool AppDelegate::openFile(const QString &path)
+{
+    processFaxFileForPath(path, true);
+    return true;
+}
+
+void AppDelegate::activate()
+{
+    m_window->show();
+    m_window->raise();
+    m_window->activateWindow();
+}
+
+void AppDelegate::openFaxWindowWithNumber(const QString &number)
+{
+    destinationNumber = number;
+    m_window->receiverField->setText(number);
+    openFaxWindow(Sender::None);
+}
+
+void AppDelegate::openFaxWindow(Sender sender)
+{
+    if (sender != Sender::None) {
+        destinationNumber.clear();
+        m_window->receiverField->clear();
+    }
+    _receiverNumbers.clear();
+    FXFaxFileManager::deleteAllTempFiles();
+    m_window->document->close();
+    m_window->statusPagesLabel->clear();
+    m_documentPath.clear();
+    activate();
+    if (!m_window->isShowingProgress())
+        closeStatus();
+    if (destinationNumber.isEmpty())
+        m_window->receiverField->setFocus();
+    if (sender == Sender::Menu)
+        m_window->pdfView->setToolTip(FXText("help_newfax"));
+    loadBalance();
+    updateActions();
+}
+
+void AppDelegate::processFaxFileForPath(const QString &path, bool clearNumber)
+{
+    m_window->document->close();
+    _hasCoverSheet = false;
+    if (clearNumber)
+        openFaxWindow(Sender::Controller);
+    QFile file;
+    QString problem;
+    QByteArray data;
+    if (FBRegularFile::openForReading(path, &file, &problem)) {
+        if (file.size() <= maximumDocumentBytes)
+            data = file.readAll();
+    }
+    if (!data.isEmpty()) {
+        FXFaxFileManager::writeOriginaleFileForData(data);
+        m_documentPath = FXFaxFileManager::filePathForOriginale();
+        processSFFForData();
+    } else {
+        qCWarning(lcApp, "Cannot read the document %s: %s", qUtf8Printable(path),
+                  qUtf8Printable(problem));
+        if (clearNumber) {
+            alert(FXText("plugin_error_header"), FXText("plugin_error_body"),
+                  [] { MVPDFServices::openFaxonPluginURL(); });
+        }
+    }
+    activate();
+}
+
+void AppDelegate::processSFFForData()
+{
+    if (!isAppConfigured() || m_documentPath.isEmpty())
+        return;
+    if (m_preparation) {
+        m_preparation->disconnect(this);
+        m_preparation->kill();
+        m_preparation->deleteLater();
+    }
+    const quint64 serial = ++m_preparationSerial;
+    m_window->sffProgressIndicator->show();
+
+    // Each preparation writes a file of its own; the newest one's becomes the processed fax
+    // file, an older one's is thrown away.
+    const QString output = QDir(FXFaxFileManager::workingFolder())
+                               .filePath(QStringLiteral("_preview-%1.pdf").arg(serial));
+    auto *process = new QProcess(this);
+    m_preparation = process;
+    process->setProgram(prepareProgram.isEmpty() ? QCoreApplication::applicationFilePath()
+                                                 : prepareProgram);
+    process->setArguments({QStringLiteral("prepare"), m_documentPath, output,
+                           QStringLiteral("--type"),
+                           _documentType == 0 ? QStringLiteral("text") : QStringLiteral("mixed"),
+                           QStringLiteral("--threshold"), QString::number(_documentTypeThreshold)});
+    process->setProcessChannelMode(QProcess::SeparateChannels);
+    auto *deadline = new QTimer(process);
+    deadline->setSingleShot(true);
+    connect(deadline, &QTimer::timeout, process, [process] {
+        qCWarning(lcApp, "Page preparation took too long and is stopped");
+        process->kill();
+    });
+    connect(process, &QProcess::finished, this,
+            [this, process, output, serial](int exitCode, QProcess::ExitStatus status) {
+                process->deleteLater();
+                if (serial != m_preparationSerial) {
+                    QFile::remove(output);
+                    return;
+                }
+                m_window->sffProgressIndicator->hide();
+                bool counted = false;
+                const int pages = process->readAllStandardOutput().trimmed().toInt(&counted);
+                if (status != QProcess::NormalExit || exitCode != 0 || !counted) {
+                    QFile::remove(output);
+                    qCWarning(lcApp, "Page preparation failed: %s",
+                              process->readAllStandardError().trimmed().constData());
+                    m_window->document->close();
+                    m_window->statusPagesLabel->setText(pagesText(0));
+                    alert(FXText("plugin_error_header"), FXText("plugin_error_body"));
+                    Q_EMIT documentPrepared(0);
+                    return;
+                }
+                const QString processed = FXFaxFileManager::filePathForProcessedFaxFile();
+                QFile::remove(processed);
+                if (!QFile::rename(output, processed))
+                    qCWarning(lcApp, "Cannot keep the prepared pages as %s",
+                              qUtf8Printable(processed));
+                showPreparedDocument(processed, pages);
+            });
+    connect(process, &QProcess::errorOccurred, this, [this, process](QProcess::ProcessError e) {
+        if (e == QProcess::FailedToStart) {
+            qCWarning(lcApp, "Cannot start page preparation: %s",
+                      qUtf8Printable(process->errorString()));
+            m_window->sffProgressIndicator->hide();
+            Q_EMIT documentPrepared(0);
+        }
+    });
+    deadline->start(prepareDeadlineMs);
+    process->start();
+}
+
+void AppDelegate::showPreparedDocument(const QString &path, int pageCount)
+{
+    m_window->document->load(path);
+    m_window->statusPagesLabel->setText(pagesText(pageCount));
+    m_window->pdfView->verticalScrollBar()->setValue(0);
+    updateActions();
+    if (destinationNumber.isEmpty())
+        m_window->receiverField->setFocus();
+    else
+        m_window->focusSendButton();
+    Q_EMIT documentPrepared(pageCount);
+}
+
+QVariantList AppDelegate::receiverTokens() const
+{
+    QVariantList tokens;
+    for (const QString &part : m_window->receiverField->text().split(QLatin1Char(','))) {
+        const QString number = part.trimmed();
+        if (!number.isEmpty())
+            tokens.append(number);
+    }
+    return tokens;
+}
+
+void AppDelegate::sendFax()
+{
+    if (m_window->document->status() != QPdfDocument::Status::Ready
+        || m_window->document->pageCount() < 1) {
+        alert(FXText("error_empty_document_title"), FXText("error_empty_document"));
+        return;
+    }
+    const QVariantList tokens = receiverTokens();
+    if (tokens.isEmpty()) {
+        alert(FXText("error"), FXText("error_empty_number"));
+        return;
+    }
+    _receiverNumbers = tokens;
+    sendFaxTask();
+}
+
+void AppDelegate::sendFaxTask()
+{
+    openStatus();
+    delete m_connection;
+    m_connection = new FXFaxConnection(this);
+    m_connection->setDelegate(this);
+    m_connection->setDocumentType(_documentType);
+    m_connection->setDocumentTypeThreshold(_documentTypeThreshold);
+    m_connection->setUseCoverSheet(false);
+    m_connection->setCoverSubject(QString());
+    QFile originale(FXFaxFileManager::filePathForOriginale());
+    const QByteArray data =
+        originale.open(QIODevice::ReadOnly) ? originale.readAll() : QByteArray();
+    m_connection->startSendingFaxForPDFData(data, _receiverNumbers);
+}
+
+void AppDelegate::openStatus()
+{
+    m_window->showProgressSlot(true);
+    const QString text = FXText("sendFax").arg(currentReceiverPhoneName());
+    m_window->faxStatusLabel->setText(text);
+    m_window->progressLabelText->setText(text);
+}
+
+void AppDelegate::closeStatus()
+{
+    m_window->showProgressSlot(false);
+    m_window->progressLabelText->setText(FXText("receiver"));
+    updateActions();
+}
+
+QString AppDelegate::currentReceiverPhoneName() const
+{
+    if (_receiverNumbers.isEmpty())
+        return QString();
+    const QVariant &first = _receiverNumbers.first();
+    return first.typeId() == QMetaType::QString ? first.toString() : QString();
+}
+
+void AppDelegate::errorWithMessage(const QString &message)
+{
+    m_window->faxStatusLabel->setText(
+        QStringLiteral("%1 (%2)").arg(FXText("fax_unavailable"), message));
+}
+
+void AppDelegate::loadBalance()
+{
+    if (!isAppConfigured())
+        return;
+    auto *check = new FXAccountCheck(this);
+    connect(check, &FXAccountCheck::finished, this, [this, check] {
+        check->deleteLater();
+        if (m_window->isShowingProgress())
+            return;
+        if (check->hasBalance())
+            m_window->faxStatusLabel->setText(FXAccountCheck::balanceText(check->balance()));
+        else if (!check->transportError().isEmpty())
+            errorWithMessage(check->transportError());
+    });
+    check->start();
+}
+
+void AppDelegate::addPage()
+{
+    if (!m_window->isVisible())
+        openFaxWindow(Sender::Controller);
+    const QString path = QFileDialog::getOpenFileName(m_window, FXText("toolbar_add_pages"),
+                                                      QDir::homePath(), FXText("pdf_filter"));
+    if (!path.isEmpty())
+        addPageFromPath(path);
+}
+
+void AppDelegate::addPageFromPath(const QString &path)
+{
+    if (m_documentPath.isEmpty()) {
+        if (destinationNumber.isEmpty())
+            m_window->receiverField->setFocus();
+        m_documentPath = FXFaxFileManager::filePathForOriginale();
+        processFaxFileForPath(path, false);
+        return;
+    }
+    QFile file;
+    QString problem;
+    if (!FBRegularFile::openForReading(path, &file, &problem)
+        || file.size() > maximumDocumentBytes) {
+        alert(FXText("plugin_error_header"), FXText("plugin_error_body"));
+        return;
+    }
+    FXFaxFileManager::writeFaxAppendFileForData(file.readAll());
+    FXPDFGenerator::combinePDFURLs(
+        {FXFaxFileManager::fileURLForOriginale(), FXFaxFileManager::fileURLForFaxAppend()},
+        FXFaxFileManager::fileURLForOriginale(), false);
+    processSFFForData();
+}
+
+void AppDelegate::deletePage()
+{
+    if (m_window->document->pageCount() < 2 || m_documentPath.isEmpty())
+        return;
+    const QModelIndex current = m_window->collectionView->currentIndex();
+    if (!current.isValid())
+        return;
+    const QUrl url = QUrl::fromLocalFile(m_documentPath);
+    FXPDFGenerator::removePage(uint(current.row() + 1), url, url);
+    processSFFForData();
+}
+
+void AppDelegate::draggingMovedPDFDocumentPagesAtIndexes(const QList<qsizetype> &indexes,
+                                                         qsizetype toIndex)
+{
+    if (m_documentPath.isEmpty() || m_window->isShowingProgress())
+        return;
+    const QByteArray originale = FXPDFGenerator::movePagesAtIndexes(
+        indexes, toIndex, FXFaxFileManager::fileURLForOriginale());
+    const QByteArray processed = FXPDFGenerator::movePagesAtIndexes(
+        indexes, toIndex, FXFaxFileManager::fileURLForProcessedFaxFile());
+    if (originale.isEmpty() || processed.isEmpty())
+        return;
+    FXFaxFileManager::writeOriginaleFileForData(originale);
+    m_window->document->close();
+    const QString path = FXFaxFileManager::writeProcessedFaxFileForData(processed);
+    m_window->document->load(path);
+    updateActions();
+}
+
+void AppDelegate::changedProgress(double progress, int toState, const QString &title,
+                                  const QString &forDestinationNumber, const QString &errorReason,
+                                  const QString &errorReasonTitle, const Fax &forFax)
+{
+    Q_UNUSED(progress)
+    Q_UNUSED(forDestinationNumber)
+    Q_UNUSED(errorReason)
+    Q_UNUSED(errorReasonTitle)
+    Q_UNUSED(forFax)
+    _lastState = toState;
+    switch (toState) {
+    case 0:
+    case 1:
+        m_window->progressLabelText->setText(title);
+        break;
+    case 2:
+        m_window->faxStatusLabel->setText(title);
+        closeStatus();
+        m_window->progressLabelText->setText(title);
+        if (FBUserDefaults::boolForKey(kQuitOnSuccessKey)) {
+            QTimer::singleShot(1000, qApp, &QCoreApplication::quit);
+        } else {
+            loadBalance();
+        }
+        Q_EMIT sendFinished(toState);
+        break;
+    case -1:
+        closeStatus();
+        m_window->progressLabelText->setText(title);
+        m_window->faxStatusLabel->setText(title);
+        Q_EMIT sendFinished(toState);
+        break;
+    default:
+        break;
+    }
+}
+
+void AppDelegate::sendingAllFaxCompleted(FXFaxConnection *connection)
+{
+    Q_UNUSED(connection)
+    if (m_window->isShowingProgress())
+        closeStatus();
+}
+
+void AppDelegate::updateActions()
+{
+    const bool sending = m_window->isShowingProgress();
+    const bool hasDocument = m_window->document->status() == QPdfDocument::Status::Ready
+                             && m_window->document->pageCount() > 0;
+    m_window->deletePageAction->setEnabled(!sending && m_window->document->pageCount() >= 2);
+    m_window->sendAction->setEnabled(!sending && hasDocument && !receiverTokens().isEmpty());
+}
+
+// A window-modal alert. With onDefault, it offers "refresh" (the default) and "cancel".
+void AppDelegate::alert(const QString &title, const QString &text,
+                        const std::function<void()> &onDefault)
+{
+    if (alertHook) {
+        if (alertHook(title, text) && onDefault)
+            onDefault();
+        return;
+    }
+    auto *box = new QMessageBox(QMessageBox::Warning, title, text, QMessageBox::NoButton, m_window);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setWindowModality(Qt::WindowModal);
+    if (onDefault) {
+        QPushButton *refresh = box->addButton(FXText("refresh"), QMessageBox::AcceptRole);
+        box->addButton(FXText("cancel"), QMessageBox::RejectRole);
+        box->setDefaultButton(refresh);
+        connect(box, &QMessageBox::finished, this, [box, refresh, onDefault] {
+            if (box->clickedButton() == refresh)
+                onDefault();
+        });
+    } else {
+        box->addButton(QMessageBox::Ok);
+    }
+    box->open();
+}

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "app/FBFaxDocumentTarget.h"
+#include "sending/FXFaxConnectionDelegate.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QVariantList>
+
+#include <functional>
+
+class FBMainWindow;
+class FXFaxConnection;
+class QProcess;
+
+// The desktop application's controller: it owns the main fax window, accepts documents (the
+// command line, D-Bus, the print queue's spool, drag and drop), prepares the fax pages in the
+// background, edits the pages, and starts and follows a send.
+class AppDelegate : public QObject, public FBFaxDocumentTarget, public FXFaxConnectionDelegate
+{
+    Q_OBJECT
+
+public:
+    explicit AppDelegate(QObject *parent = nullptr);
+    ~AppDelegate() override;
+
+    // Preparation runs in `faxolino prepare`, a process of its own, so that a document that
+    // hangs or crashes the renderer never takes the window with it. The program is this one
+    // unless set (tests); the deadline covers a whole document.
+    static void setPrepareProgram(const QString &path);
+    static void setPrepareDeadlineMs(int ms);
+    // Modal questions go through this hook when set (tests): it gets the title and the text
+    // and answers whether the default button was chosen.
+    static void setAlertHook(std::function<bool(const QString &, const QString &)> hook);
+
+    void applicationDidFinishLaunching();
+    bool isAppConfigured() const;
+
+    // FBFaxDocumentTarget
+    void newFaxForFile(const QString &path, const QString &toNumber) override;
+    void newFaxToNumber(const QString &number) override;
+    bool openFile(const QString &path) override;
+    void activate() override;
+
+    enum class Sender { Menu, Controller, None };
+    void openFaxWindow(Sender sender);
+    void openFaxWindowWithNumber(const QString &number);
+    void processFaxFileForPath(const QString &path, bool clearNumber);
+    void processSFFForData();
+
+    void sendFax();
+    void sendFaxTask();
+    void openStatus();
+    void closeStatus();
+    QString currentReceiverPhoneName() const;
+    void errorWithMessage(const QString &message);
+    void loadBalance();
+
+    void addPage();
+    void addPageFromPath(const QString &path);
+    void deletePage();
+    void draggingMovedPDFDocumentPagesAtIndexes(const QList<qsizetype> &indexes, qsizetype toIndex);
+
+    // FXFaxConnectionDelegate
+    void changedProgress(double progress, int toState, const QString &title,
+                         const QString &forDestinationNumber, const QString &errorReason,
+                         const QString &errorReasonTitle, const Fax &forFax) override;
+    void sendingAllFaxCompleted(FXFaxConnection *connection) override;
+
+    FBMainWindow *mainWindow() const { return m_window; }
+    QString destinationNumber;
+
+Q_SIGNALS:
+    // A preparation ended and its pages (possibly none) are shown.
+    void documentPrepared(int pageCount);
+    void sendFinished(int state);
+
+private:
+    // The receiver tokens of the plain field: comma-separated numbers, each a text token.
+    QVariantList receiverTokens() const;
+    void alert(const QString &title, const QString &text,
+               const std::function<void()> &onDefault = {});
+    void showPreparedDocument(const QString &path, int pageCount);
+    void updateActions();
+
+    FBMainWindow *m_window;
+    int _documentType = 0;
+    int _documentTypeThreshold = 2;
+    int _lastState = 0;
+    bool _hasCoverSheet = false;
+    bool _didLaunch = false;
+    QVariantList _receiverNumbers;
+    QString m_documentPath;
+    QPointer<QProcess> m_preparation;
+    quint64 m_preparationSerial = 0;
+    FXFaxConnection *m_connection = nullptr;
+};

@@ -1,0 +1,292 @@
+#include "app/FBMainWindow.h"
+
+#include "app/FBPageThumbnailModel.h"
+#include "foundation/FBLocalization.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMimeData>
+#include <QPdfDocument>
+#include <QPdfView>
+#include <QProgressBar>
+#include <QSettings>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QStyle>
+#include <QToolBar>
+#include <QWidgetAction>
+
+namespace {
+
+// The preview's background: white at 0.835, the grey behind the pages.
+constexpr int previewGrey = 213;
+
+// Icons come from the desktop's theme, else from the style.
+QAction *makeAction(QWidget *parent, const char *key, const char *iconName,
+                    QStyle::StandardPixmap fallbackIcon, const QKeySequence &shortcut = {})
+{
+    auto *action = new QAction(QIcon::fromTheme(QLatin1String(iconName),
+                                                QApplication::style()->standardIcon(fallbackIcon)),
+                               FXText(key), parent);
+    action->setObjectName(QLatin1String(key));
+    if (!shortcut.isEmpty())
+        action->setShortcut(shortcut);
+    action->setToolTip(shortcut.isEmpty()
+                           ? FXText(key)
+                           : QStringLiteral("%1 (%2)").arg(
+                               FXText(key), shortcut.toString(QKeySequence::NativeText)));
+    return action;
+}
+
+// The first local PDF among dropped URLs, or "".
+QString droppedPdf(const QMimeData *data)
+{
+    for (const QUrl &url : data->urls()) {
+        if (url.isLocalFile())
+            return url.toLocalFile();
+    }
+    return QString();
+}
+
+} // namespace
+
+FBMainWindow::FBMainWindow(QWidget *parent)
+    : QMainWindow(parent)
+{
+    setObjectName(QStringLiteral("mainWindow"));
+    setWindowTitle(QStringLiteral("Faxolino"));
+    setAcceptDrops(true);
+
+    newFaxAction =
+        makeAction(this, "toolbar_new_fax", "document-new", QStyle::SP_FileIcon, QKeySequence::New);
+    openAction = makeAction(this, "toolbar_open", "document-open", QStyle::SP_DialogOpenButton,
+                            QKeySequence::Open);
+    addPageAction =
+        makeAction(this, "toolbar_add_pages", "list-add", QStyle::SP_FileDialogNewFolder);
+    deletePageAction = makeAction(this, "toolbar_delete_page", "edit-delete", QStyle::SP_TrashIcon,
+                                  QKeySequence::Delete);
+    sendAction = makeAction(this, "toolbar_send", "mail-send", QStyle::SP_ArrowForward,
+                            QKeySequence(Qt::CTRL | Qt::Key_Return));
+    reportsAction = makeAction(this, "toolbar_reports", "document-open-recent",
+                               QStyle::SP_FileDialogDetailedView);
+    preferencesAction = makeAction(this, "toolbar_preferences", "preferences-system",
+                                   QStyle::SP_ComputerIcon, QKeySequence::Preferences);
+    if (preferencesAction->shortcut().isEmpty())
+        preferencesAction->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
+    deletePageAction->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    extendedToolbarAction = new QAction(FXText("menu_extended_toolbar"), this);
+    extendedToolbarAction->setCheckable(true);
+
+    // The recipient slot: the receiver field, or the progress while sending.
+    m_receiverSlot = new QWidget;
+    auto *receiverLayout = new QHBoxLayout(m_receiverSlot);
+    receiverLayout->setContentsMargins(6, 0, 6, 0);
+    receiverField = new QLineEdit;
+    receiverField->setObjectName(QStringLiteral("receiverField"));
+    receiverField->setPlaceholderText(FXText("receiver"));
+    receiverField->setAccessibleName(FXText("receiver"));
+    receiverField->setClearButtonEnabled(true);
+    receiverField->setMinimumWidth(280);
+    receiverLayout->addWidget(receiverField);
+    m_progressSlot = new QWidget;
+    auto *progressLayout = new QHBoxLayout(m_progressSlot);
+    progressLayout->setContentsMargins(6, 0, 6, 0);
+    progressStatus = new QProgressBar;
+    progressStatus->setRange(0, 0);
+    progressStatus->setMaximumWidth(120);
+    progressStatus->setAccessibleName(FXText("sending_progress"));
+    progressLabelText = new QLabel;
+    progressLabelText->setObjectName(QStringLiteral("progressLabelText"));
+    progressLabelText->setMinimumWidth(240);
+    progressLayout->addWidget(progressStatus);
+    progressLayout->addWidget(progressLabelText, 1);
+    m_progressSlot->hide();
+    auto *slot = new QWidget;
+    auto *slotLayout = new QHBoxLayout(slot);
+    slotLayout->setContentsMargins(0, 0, 0, 0);
+    slotLayout->addWidget(m_receiverSlot);
+    slotLayout->addWidget(m_progressSlot);
+
+    auto *toolbar = m_toolbar = addToolBar(FXText("toolbar"));
+    toolbar->setObjectName(QStringLiteral("mainToolbar"));
+    toolbar->setMovable(false);
+    toolbar->addAction(newFaxAction);
+    toolbar->addAction(openAction);
+    toolbar->addAction(addPageAction);
+    toolbar->addAction(deletePageAction);
+    toolbar->addSeparator();
+    toolbar->addWidget(slot);
+    toolbar->addAction(sendAction);
+    toolbar->addSeparator();
+    toolbar->addAction(reportsAction);
+    toolbar->addAction(preferencesAction);
+
+    QMenu *fileMenu = menuBar()->addMenu(FXText("menu_file"));
+    fileMenu->addAction(newFaxAction);
+    fileMenu->addAction(openAction);
+    fileMenu->addAction(addPageAction);
+    fileMenu->addSeparator();
+    fileMenu->addAction(sendAction);
+    fileMenu->addSeparator();
+    QAction *quit = fileMenu->addAction(FXText("menu_quit"), this, &QWidget::close);
+    quit->setShortcut(QKeySequence::Quit);
+    QMenu *editMenu = menuBar()->addMenu(FXText("menu_edit"));
+    editMenu->addAction(deletePageAction);
+    editMenu->addSeparator();
+    editMenu->addAction(preferencesAction);
+    QMenu *viewMenu = menuBar()->addMenu(FXText("menu_view"));
+    viewMenu->addAction(extendedToolbarAction);
+    viewMenu->addAction(reportsAction);
+
+    document = new QPdfDocument(this);
+    thumbnails = new FBPageThumbnailModel(document, this);
+    collectionView = new QListView;
+    collectionView->setObjectName(QStringLiteral("collectionView"));
+    collectionView->setAccessibleName(FXText("pages_grid"));
+    collectionView->setModel(thumbnails);
+    collectionView->setViewMode(QListView::IconMode);
+    collectionView->setFlow(QListView::LeftToRight);
+    collectionView->setWrapping(true);
+    collectionView->setResizeMode(QListView::Adjust);
+    collectionView->setMovement(QListView::Snap);
+    collectionView->setIconSize(
+        QSize(FBPageThumbnailModel::thumbnailWidth, FBPageThumbnailModel::thumbnailWidth * 3 / 2));
+    collectionView->setSpacing(8);
+    collectionView->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    collectionView->setDragDropMode(QAbstractItemView::DragDrop);
+    collectionView->setDefaultDropAction(Qt::MoveAction);
+    collectionView->setDropIndicatorShown(true);
+    collectionView->setUniformItemSizes(false);
+    collectionView->setContextMenuPolicy(Qt::ActionsContextMenu);
+    collectionView->addAction(deletePageAction);
+    collectionView->setMinimumWidth(160);
+    // White pages on the preview's grey.
+    QPalette gridGrey = collectionView->palette();
+    gridGrey.setColor(QPalette::Base, QColor(previewGrey, previewGrey, previewGrey));
+    collectionView->setPalette(gridGrey);
+
+    pdfView = new QPdfView;
+    pdfView->setObjectName(QStringLiteral("pdfView"));
+    pdfView->setAccessibleName(FXText("preview"));
+    pdfView->setDocument(document);
+    pdfView->setPageMode(QPdfView::PageMode::MultiPage);
+    pdfView->setZoomMode(QPdfView::ZoomMode::FitToWidth);
+    pdfView->setDocumentMargins(QMargins(12, 12, 12, 12));
+    pdfView->setPageSpacing(12);
+    QPalette grey = pdfView->palette();
+    grey.setColor(QPalette::Dark, QColor(previewGrey, previewGrey, previewGrey));
+    pdfView->setPalette(grey);
+    pdfView->setBackgroundRole(QPalette::Dark);
+    pdfView->viewport()->setAcceptDrops(true);
+    pdfView->viewport()->installEventFilter(this);
+
+    m_splitter = new QSplitter;
+    m_splitter->setObjectName(QStringLiteral("mainSplitter"));
+    m_splitter->addWidget(collectionView);
+    m_splitter->addWidget(pdfView);
+    m_splitter->setStretchFactor(1, 1);
+    m_splitter->setSizes({300, 600});
+    setCentralWidget(m_splitter);
+
+    faxStatusLabel = new QLabel;
+    faxStatusLabel->setObjectName(QStringLiteral("faxStatusLabel"));
+    statusPagesLabel = new QLabel;
+    statusPagesLabel->setObjectName(QStringLiteral("statusPagesLabel"));
+    sffProgressIndicator = new QProgressBar;
+    sffProgressIndicator->setRange(0, 0);
+    sffProgressIndicator->setMaximumWidth(90);
+    sffProgressIndicator->setAccessibleName(FXText("preparing_pages"));
+    sffProgressIndicator->hide();
+    statusBar()->addWidget(faxStatusLabel, 1);
+    statusBar()->addPermanentWidget(sffProgressIndicator);
+    statusBar()->addPermanentWidget(statusPagesLabel);
+
+    connect(thumbnails, &FBPageThumbnailModel::movePagesRequested, this, &FBMainWindow::pagesMoved);
+    connect(thumbnails, &FBPageThumbnailModel::pdfDropped, this, &FBMainWindow::pdfDroppedOnGrid);
+
+    QSettings settings;
+    resize(1000, 720);
+    restoreGeometry(settings.value(QStringLiteral("MainWindow/geometry")).toByteArray());
+    m_splitter->restoreState(settings.value(QStringLiteral("MainWindow/splitter")).toByteArray());
+}
+
+FBMainWindow::~FBMainWindow() = default;
+
+void FBMainWindow::showProgressSlot(bool sending)
+{
+    m_receiverSlot->setVisible(!sending);
+    m_progressSlot->setVisible(sending);
+    for (QAction *action : {newFaxAction, openAction, reportsAction, preferencesAction})
+        action->setEnabled(!sending);
+    addPageAction->setEnabled(!sending);
+    deletePageAction->setEnabled(!sending);
+    sendAction->setEnabled(!sending);
+}
+
+void FBMainWindow::focusSendButton()
+{
+    if (QWidget *button = m_toolbar->widgetForAction(sendAction))
+        button->setFocus();
+}
+
+bool FBMainWindow::isShowingProgress() const
+{
+    return m_progressSlot->isVisibleTo(const_cast<FBMainWindow *>(this));
+}
+
+void FBMainWindow::setExtendedToolbar(bool extended)
+{
+    extendedToolbarAction->setChecked(extended);
+    setToolButtonStyle(extended ? Qt::ToolButtonTextUnderIcon : Qt::ToolButtonIconOnly);
+}
+
+void FBMainWindow::closeEvent(QCloseEvent *event)
+{
+    QSettings settings;
+    settings.setValue(QStringLiteral("MainWindow/geometry"), saveGeometry());
+    settings.setValue(QStringLiteral("MainWindow/splitter"), m_splitter->saveState());
+    Q_EMIT closing();
+    QMainWindow::closeEvent(event);
+}
+
+void FBMainWindow::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (!droppedPdf(event->mimeData()).isEmpty())
+        event->acceptProposedAction();
+}
+
+void FBMainWindow::dropEvent(QDropEvent *event)
+{
+    const QString path = droppedPdf(event->mimeData());
+    if (path.isEmpty())
+        return;
+    event->acceptProposedAction();
+    Q_EMIT pdfDropped(path);
+}
+
+// Files dropped on the preview start a new fax, as on the rest of the window.
+bool FBMainWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == pdfView->viewport()) {
+        if (event->type() == QEvent::DragEnter) {
+            dragEnterEvent(static_cast<QDragEnterEvent *>(event));
+            return true;
+        }
+        if (event->type() == QEvent::Drop) {
+            dropEvent(static_cast<QDropEvent *>(event));
+            return true;
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
+}

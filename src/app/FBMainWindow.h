@@ -1,0 +1,79 @@
+#pragma once
+
+#include <QMainWindow>
+
+class QAction;
+class QLabel;
+class QLineEdit;
+class QListView;
+class QPdfDocument;
+class QPdfView;
+class QProgressBar;
+class QSplitter;
+class QToolBar;
+class QWidgetAction;
+class FBPageThumbnailModel;
+
+// The main fax window: the toolbar, the page thumbnails on the left, the preview of the fax
+// pages as they will be sent on the right, and the status line. It holds the widgets; the
+// application controller (AppDelegate) connects them and decides what they show. Window
+// geometry and the splitter are kept between runs.
+class FBMainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit FBMainWindow(QWidget *parent = nullptr);
+    ~FBMainWindow() override;
+
+    // Toolbar and menu actions.
+    QAction *newFaxAction;
+    QAction *openAction;
+    QAction *addPageAction;
+    QAction *deletePageAction;
+    QAction *sendAction;
+    QAction *reportsAction;
+    QAction *preferencesAction;
+    QAction *extendedToolbarAction;
+
+    // The recipient slot shows either the receiver field or, while sending, the progress.
+    QLineEdit *receiverField;
+    QLabel *progressLabelText;
+    QProgressBar *progressStatus;
+
+    QListView *collectionView;
+    FBPageThumbnailModel *thumbnails;
+    QPdfView *pdfView;
+    QPdfDocument *document;
+
+    QLabel *faxStatusLabel;
+    QLabel *statusPagesLabel;
+    QProgressBar *sffProgressIndicator;
+
+    // The sending look (progress in the recipient slot, controls off) or the normal one.
+    void showProgressSlot(bool sending);
+    bool isShowingProgress() const;
+    void focusSendButton();
+    // Text under the icons, or icons only.
+    void setExtendedToolbar(bool extended);
+
+Q_SIGNALS:
+    // A PDF dropped onto the window (a new fax) or onto the thumbnails at a page index.
+    void pdfDropped(const QString &path);
+    void pdfDroppedOnGrid(const QString &path, int atIndex);
+    // Pages dragged within the thumbnails.
+    void pagesMoved(const QList<qsizetype> &indexes, qsizetype toIndex);
+    void closing();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    QToolBar *m_toolbar;
+    QWidget *m_receiverSlot;
+    QWidget *m_progressSlot;
+    QSplitter *m_splitter;
+};

@@ -1,0 +1,198 @@
+// The main window's controller, offscreen: documents in, pages edited, a send against the
+// provider simulator, and preparation that crashes or hangs.
+#include "LogCapture.h"
+#include "ProviderSimulator.h"
+#include "TestEnvironment.h"
+#include "app/AppDelegate.h"
+#include "app/FBMainWindow.h"
+#include "app/FBPageThumbnailModel.h"
+#include "foundation/FBAccountCredentials.h"
+#include "foundation/FBLocalization.h"
+#include "foundation/FBUserDefaults.h"
+#include "foundation/FXFaxFileManager.h"
+#include "sending/FXFaxConnection.h"
+
+#include <QAction>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QPdfDocument>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+QString fixture(const QString &name)
+{
+    return TestEnvironment::dataDir() + QStringLiteral("/document/") + name;
+}
+
+int pageCountOf(const QString &path)
+{
+    QPdfDocument pdf;
+    return pdf.load(path) == QPdfDocument::Error::None ? pdf.pageCount() : -1;
+}
+
+} // namespace
+
+class TestAppDelegate : public QObject
+{
+    Q_OBJECT
+
+    ProviderSimulator m_simulator{{QStringLiteral("--account"), QStringLiteral("demo:secret"),
+                                   QStringLiteral("--outcome"), QStringLiteral("486=486")}};
+    QTemporaryDir m_dir{TestEnvironment::root() + QStringLiteral("/window-XXXXXX")};
+    QStringList m_alerts;
+
+    // Opens a document and waits until its pages are shown.
+    int open(AppDelegate &app, const QString &path)
+    {
+        QSignalSpy prepared(&app, &AppDelegate::documentPrepared);
+        app.openFile(path);
+        if (!prepared.wait(60000))
+            return -1;
+        return prepared.first().first().toInt();
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY(TestEnvironment::isIsolated());
+        QVERIFY(m_simulator.isRunning());
+        m_simulator.exportEndpoints();
+        FXError error;
+        QVERIFY(FBAccountCredentials::storePassword(QStringLiteral("secret"), &error));
+        FBUserDefaults::setObject(QStringLiteral("demo"), kUsernameKey);
+        FBUserDefaults::setObject(QStringLiteral("4921155500199"), kLocalUriKey);
+        FBLocalization::installCoreCatalog(QLocale(QLocale::English));
+        FBLocalization::installCatalog(QStringLiteral(":/app/translations/app"),
+                                       QLocale(QLocale::English));
+        FXFaxConnection::setTrafficIntervalMs(200);
+        AppDelegate::setPrepareProgram(TestEnvironment::binDir() + QStringLiteral("/faxolino"));
+        AppDelegate::setAlertHook([this](const QString &title, const QString &) {
+            m_alerts.append(title);
+            return false;
+        });
+    }
+
+    void init()
+    {
+        m_alerts.clear();
+        AppDelegate::setPrepareDeadlineMs(60000);
+    }
+
+    void openedDocumentShowsItsFaxPages()
+    {
+        AppDelegate app;
+        app.applicationDidFinishLaunching();
+        QCOMPARE(open(app, fixture(QStringLiteral("three-pages.pdf"))), 3);
+        FBMainWindow *window = app.mainWindow();
+        QCOMPARE(window->document->pageCount(), 3);
+        QCOMPARE(window->statusPagesLabel->text(), QStringLiteral("3 pages"));
+        QCOMPARE(pageCountOf(FXFaxFileManager::filePathForProcessedFaxFile()), 3);
+        QVERIFY(m_alerts.isEmpty());
+    }
+
+    // Deleting goes through the grid's current page; the last page stays.
+    void deleteAndMovePages()
+    {
+        AppDelegate app;
+        app.applicationDidFinishLaunching();
+        QCOMPARE(open(app, fixture(QStringLiteral("three-pages.pdf"))), 3);
+        FBMainWindow *window = app.mainWindow();
+        QSignalSpy prepared(&app, &AppDelegate::documentPrepared);
+        window->collectionView->setCurrentIndex(window->thumbnails->index(1));
+        app.deletePage();
+        QVERIFY(prepared.wait(60000));
+        QCOMPARE(prepared.first().first().toInt(), 2);
+        QCOMPARE(pageCountOf(FXFaxFileManager::filePathForOriginale()), 2);
+
+        // Both files keep one order after a move: the first page goes to the back.
+        QPdfDocument originale;
+        QCOMPARE(originale.load(FXFaxFileManager::filePathForOriginale()),
+                 QPdfDocument::Error::None);
+        const QSizeF first = originale.pagePointSize(0);
+        const QSizeF second = originale.pagePointSize(1);
+        originale.close();
+        app.draggingMovedPDFDocumentPagesAtIndexes({0}, 2);
+        QCOMPARE(window->document->pageCount(), 2);
+        QCOMPARE(originale.load(FXFaxFileManager::filePathForOriginale()),
+                 QPdfDocument::Error::None);
+        QCOMPARE(originale.pagePointSize(0), second);
+        QCOMPARE(originale.pagePointSize(1), first);
+
+        QCOMPARE(open(app, fixture(QStringLiteral("one.pdf"))), 1);
+        QVERIFY(!window->deletePageAction->isEnabled());
+        window->collectionView->setCurrentIndex(window->thumbnails->index(0));
+        app.deletePage();
+        QCOMPARE(pageCountOf(FXFaxFileManager::filePathForOriginale()), 1);
+    }
+
+    // A renderer that dies or hangs ends in the unreadable-document message; the window
+    // stays usable.
+    void failingPreparation_data()
+    {
+        QTest::addColumn<QByteArray>("script");
+        QTest::newRow("crash") << QByteArray("#!/bin/sh\nkill -SEGV $$\n");
+        QTest::newRow("hang") << QByteArray("#!/bin/sh\nexec sleep 60\n");
+    }
+    void failingPreparation()
+    {
+        QFETCH(QByteArray, script);
+        const QString program = m_dir.filePath(QStringLiteral("prepare.sh"));
+        QFile file(program);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(script) == script.size());
+        file.close();
+        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        AppDelegate::setPrepareProgram(program);
+        AppDelegate::setPrepareDeadlineMs(500);
+        {
+            AppDelegate app;
+            app.applicationDidFinishLaunching();
+            QCOMPARE(open(app, fixture(QStringLiteral("one.pdf"))), 0);
+            QCOMPARE(m_alerts, QStringList{FXText("plugin_error_header")});
+            QCOMPARE(app.mainWindow()->document->pageCount(), 0);
+        }
+        AppDelegate::setPrepareProgram(TestEnvironment::binDir() + QStringLiteral("/faxolino"));
+    }
+
+    void sendWithoutDocumentOrNumber()
+    {
+        AppDelegate app;
+        app.applicationDidFinishLaunching();
+        app.sendFax();
+        QCOMPARE(m_alerts, QStringList{FXText("error_empty_document_title")});
+        QCOMPARE(open(app, fixture(QStringLiteral("one.pdf"))), 1);
+        app.sendFax();
+        QCOMPARE(m_alerts.last(), FXText("error"));
+    }
+
+    // Two receivers, the first typed: the status names it, the first succeeds and the
+    // second (busy) fails; the labels show the outcome and the controls come back.
+    void sendToTwoReceivers()
+    {
+        QVERIFY(m_simulator.reset());
+        AppDelegate app;
+        app.applicationDidFinishLaunching();
+        QCOMPARE(open(app, fixture(QStringLiteral("one.pdf"))), 1);
+        FBMainWindow *window = app.mainWindow();
+        window->receiverField->setText(QStringLiteral("030555000123, 030555000486"));
+        QSignalSpy finished(&app, &AppDelegate::sendFinished);
+        QTest::keyClick(window->receiverField, Qt::Key_Return);
+        QVERIFY(window->isShowingProgress());
+        QCOMPARE(window->progressLabelText->text(),
+                 FXText("sendFax").arg(QStringLiteral("030555000123")));
+        QVERIFY(!window->newFaxAction->isEnabled());
+        QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 2, 60000);
+        QCOMPARE(finished.at(0).first().toInt(), 2);
+        QCOMPARE(finished.at(1).first().toInt(), -1);
+        QTRY_VERIFY(!window->isShowingProgress());
+        QVERIFY(window->newFaxAction->isEnabled());
+        QCOMPARE(window->faxStatusLabel->text(), window->progressLabelText->text());
+    }
+};
+
+QTEST_MAIN(TestAppDelegate)
+#include "tst_appdelegate.moc"
