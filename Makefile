@@ -5,7 +5,7 @@ PRESET ?= ci
 JOBS ?= $(shell nproc)
 FORMAT_FILES = $(shell git ls-files -co --exclude-standard -- '*.cpp' '*.h' 2>/dev/null)
 
-.PHONY: all deps configure build test ctest fuzz bench demo format format-check clean
+.PHONY: all deps configure build test ctest fuzz bench demo screenshots format format-check clean
 
 all: build
 
@@ -26,6 +26,10 @@ test: format-check build
 
 fuzz: deps
 	@scripts/run-fuzzers
+
+# The windows in English and German, rendered under Xvfb into docs/screenshots/.
+screenshots: build
+	@scripts/screenshots build
 
 bench: deps
 	@cmake --preset release >/dev/null

@@ -17,3 +17,9 @@ target_compile_definitions(tst_faxolinobackend PRIVATE
   FAXOLINO_INSTALL_PREFIX="${CMAKE_INSTALL_PREFIX}"
   FAXOLINO_INSTALLED_BACKEND="${FAXOLINO_CUPS_BACKEND_DIR}/faxolino")
 add_dependencies(tst_fbapplicationinstance faxolino)
+
+# `make screenshots` renders the windows under Xvfb (scripts/screenshots).
+add_executable(faxolino-screenshots ${CMAKE_CURRENT_LIST_DIR}/screenshots/screenshots.cpp)
+target_link_libraries(faxolino-screenshots PRIVATE faxolino_testsupport faxolino_app)
+faxolino_apply_build_flags(faxolino-screenshots)
+add_dependencies(faxolino-screenshots faxolino)

@@ -1,0 +1,73 @@
+// Renders the main window as a user sees it, in English and German, into PNG files: empty,
+// with the sample letter, and while sending. Run by `make screenshots` under Xvfb inside the
+// tests' isolated session (a keyring for the account, the provider simulator for the balance).
+#include "ProviderSimulator.h"
+#include "TestEnvironment.h"
+#include "app/AppDelegate.h"
+#include "app/FBMainWindow.h"
+#include "foundation/FBAccountCredentials.h"
+#include "foundation/FBLocalization.h"
+#include "foundation/FBUserDefaults.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QLineEdit>
+#include <QSignalSpy>
+#include <QTest>
+
+namespace {
+
+bool save(QWidget *window, const QString &path)
+{
+    QTest::qWait(600);
+    const bool saved = window->grab().save(path);
+    std::fprintf(stderr, "%s %s\n", saved ? "wrote" : "cannot write", qPrintable(path));
+    return saved;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QApplication app(argc, argv);
+    const QString folder = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral(".");
+    QDir().mkpath(folder);
+    ProviderSimulator simulator({QStringLiteral("--account"), QStringLiteral("demo:secret")});
+    if (!simulator.isRunning())
+        return 1;
+    simulator.exportEndpoints();
+    FXError error;
+    if (!FBAccountCredentials::storePassword(QStringLiteral("secret"), &error))
+        return 1;
+    FBUserDefaults::setObject(QStringLiteral("demo"), kUsernameKey);
+    FBUserDefaults::setObject(true, kShowExtendedToolbarKey);
+    AppDelegate::setPrepareProgram(TestEnvironment::binDir() + QStringLiteral("/faxolino"));
+    const QString letter =
+        TestEnvironment::sourceDir() + QStringLiteral("/resources/demo/letter.pdf");
+
+    bool ok = true;
+    for (const QString &language : {QStringLiteral("en"), QStringLiteral("de")}) {
+        const QLocale locale(language);
+        FBLocalization::installCoreCatalog(locale);
+        FBLocalization::installCatalog(QStringLiteral(":/app/translations/app"), locale);
+        AppDelegate delegate;
+        FBMainWindow *window = delegate.mainWindow();
+        window->resize(1100, 760);
+        delegate.applicationDidFinishLaunching();
+        ok &= save(window, QStringLiteral("%1/main-empty-%2.png").arg(folder, language));
+
+        QSignalSpy prepared(&delegate, &AppDelegate::documentPrepared);
+        delegate.openFile(letter);
+        ok &= prepared.wait(60000);
+        window->receiverField->setText(QStringLiteral("+49 30 5550001, +49 89 5550002"));
+        ok &= save(window, QStringLiteral("%1/main-letter-%2.png").arg(folder, language));
+
+        // While sending (to the simulator).
+        window->receiverField->setText(QStringLiteral("+49 30 5550001"));
+        QSignalSpy finished(&delegate, &AppDelegate::sendFinished);
+        delegate.sendFax();
+        ok &= save(window, QStringLiteral("%1/main-sending-%2.png").arg(folder, language));
+        ok &= finished.wait(60000);
+    }
+    return ok ? 0 : 1;
+}
