@@ -339,5 +339,9 @@
         <source>thumbnail_page</source>
         <translation>Seite %1 von %2</translation>
     </message>
+    <message id="notification_open">
+        <source>notification_open</source>
+        <translation>Sendebericht öffnen</translation>
+    </message>
 </context>
 </TS>

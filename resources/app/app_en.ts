@@ -339,5 +339,9 @@
         <source>thumbnail_page</source>
         <translation>Page %1 of %2</translation>
     </message>
+    <message id="notification_open">
+        <source>notification_open</source>
+        <translation>Open Report</translation>
+    </message>
 </context>
 </TS>

@@ -1,6 +1,7 @@
 #include "app/AppDelegate.h"
 
 #include "app/FBMainWindow.h"
+#include "app/FBNotificationCenter.h"
 #include "app/MVPDFServices.h"
 #include "cli/CommandSupport.h"
 #include "document/FXPDFGenerator.h"
@@ -14,6 +15,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QDesktopServices>
 #include <QDir>
 #include <QFile>
 #include <QFileDialog>
@@ -65,6 +67,7 @@ void AppDelegate::setAlertHook(std::function<bool(const QString &, const QString
 AppDelegate::AppDelegate(QObject *parent)
     : QObject(parent)
     , m_window(new FBMainWindow)
+    , m_notifications(new FBNotificationCenter(this))
 {
     m_window->setAttribute(Qt::WA_DeleteOnClose, false);
     connect(m_window->newFaxAction, &QAction::triggered, this,
@@ -455,10 +458,8 @@ void AppDelegate::changedProgress(double progress, int toState, const QString &t
                                   const QString &errorReasonTitle, const Fax &forFax)
 {
     Q_UNUSED(progress)
-    Q_UNUSED(forDestinationNumber)
     Q_UNUSED(errorReason)
     Q_UNUSED(errorReasonTitle)
-    Q_UNUSED(forFax)
     _lastState = toState;
     switch (toState) {
     case 0:
@@ -469,9 +470,14 @@ void AppDelegate::changedProgress(double progress, int toState, const QString &t
         m_window->faxStatusLabel->setText(title);
         closeStatus();
         m_window->progressLabelText->setText(title);
+        m_reportName = forFax.file();
         if (FBUserDefaults::boolForKey(kQuitOnSuccessKey)) {
+            m_notifications->showNotificationWithTitle(FXText("fax_to").arg(forDestinationNumber),
+                                                       FXText("fax_succeeded_quit"));
             QTimer::singleShot(1000, qApp, &QCoreApplication::quit);
         } else {
+            m_notifications->showNotificationWithTitle(FXText("fax_to").arg(forDestinationNumber),
+                                                       title);
             loadBalance();
         }
         Q_EMIT sendFinished(toState);
@@ -480,6 +486,9 @@ void AppDelegate::changedProgress(double progress, int toState, const QString &t
         closeStatus();
         m_window->progressLabelText->setText(title);
         m_window->faxStatusLabel->setText(title);
+        m_reportName = forFax.file();
+        m_notifications->showNotificationWithTitle(FXText("fax_to").arg(forDestinationNumber),
+                                                   title);
         Q_EMIT sendFinished(toState);
         break;
     default:

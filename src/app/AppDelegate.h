@@ -11,6 +11,7 @@
 #include <functional>
 
 class FBMainWindow;
+class FBNotificationCenter;
 class FXFaxConnection;
 class QProcess;
 
@@ -95,4 +96,6 @@ private:
     QPointer<QProcess> m_preparation;
     quint64 m_preparationSerial = 0;
     FXFaxConnection *m_connection = nullptr;
+    FBNotificationCenter *m_notifications;
+    QString m_reportName; // of the fax that ended last
 };

@@ -13,6 +13,7 @@
 #include "sending/FXFaxConnection.h"
 
 #include <QAction>
+#include <QDBusConnection>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
@@ -35,6 +36,24 @@ int pageCountOf(const QString &path)
     return pdf.load(path) == QPdfDocument::Error::None ? pdf.pageCount() : -1;
 }
 
+// A notification server on the test's bus that remembers what it was asked to show.
+class RecordingNotifications : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
+
+public:
+    QStringList shown;
+
+public Q_SLOTS:
+    uint Notify(const QString &, uint, const QString &, const QString &summary, const QString &body,
+                const QStringList &, const QVariantMap &, int)
+    {
+        shown.append(summary + QStringLiteral(": ") + body);
+        return uint(shown.size());
+    }
+};
+
 } // namespace
 
 class TestAppDelegate : public QObject
@@ -45,6 +64,7 @@ class TestAppDelegate : public QObject
                                    QStringLiteral("--outcome"), QStringLiteral("486=486")}};
     QTemporaryDir m_dir{TestEnvironment::root() + QStringLiteral("/window-XXXXXX")};
     QStringList m_alerts;
+    RecordingNotifications m_notifications;
 
     // Opens a document and waits until its pages are shown.
     int open(AppDelegate &app, const QString &path)
@@ -71,6 +91,10 @@ private Q_SLOTS:
                                        QLocale(QLocale::English));
         FXFaxConnection::setTrafficIntervalMs(200);
         AppDelegate::setPrepareProgram(TestEnvironment::binDir() + QStringLiteral("/faxolino"));
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        QVERIFY(bus.registerObject(QStringLiteral("/org/freedesktop/Notifications"),
+                                   &m_notifications, QDBusConnection::ExportAllSlots));
+        QVERIFY(bus.registerService(QStringLiteral("org.freedesktop.Notifications")));
         AppDelegate::setAlertHook([this](const QString &title, const QString &) {
             m_alerts.append(title);
             return false;
@@ -174,6 +198,7 @@ private Q_SLOTS:
     void sendToTwoReceivers()
     {
         QVERIFY(m_simulator.reset());
+        m_notifications.shown.clear();
         AppDelegate app;
         app.applicationDidFinishLaunching();
         QCOMPARE(open(app, fixture(QStringLiteral("one.pdf"))), 1);
@@ -191,6 +216,13 @@ private Q_SLOTS:
         QTRY_VERIFY(!window->isShowingProgress());
         QVERIFY(window->newFaxAction->isEnabled());
         QCOMPARE(window->faxStatusLabel->text(), window->progressLabelText->text());
+        // The desktop is told of both outcomes.
+        QTRY_COMPARE(m_notifications.shown.size(), 2);
+        QVERIFY(m_notifications.shown.at(0).startsWith(
+            FXText("fax_to").arg(QStringLiteral("030555000123"))));
+        QCOMPARE(m_notifications.shown.at(1), FXText("fax_to").arg(QStringLiteral("030555000486"))
+                                                  + QStringLiteral(": ")
+                                                  + window->faxStatusLabel->text());
     }
 };
 
