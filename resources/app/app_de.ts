@@ -343,5 +343,9 @@
         <source>notification_open</source>
         <translation>Sendebericht öffnen</translation>
     </message>
+    <message id="cancel_remaining_receivers">
+        <source>cancel_remaining_receivers</source>
+        <translation>Die laufende Übertragung beenden lassen und an keinen weiteren Empfänger senden</translation>
+    </message>
 </context>
 </TS>

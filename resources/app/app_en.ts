@@ -343,5 +343,9 @@
         <source>notification_open</source>
         <translation>Open Report</translation>
     </message>
+    <message id="cancel_remaining_receivers">
+        <source>cancel_remaining_receivers</source>
+        <translation>Let the current transmission finish and send to no further receiver</translation>
+    </message>
 </context>
 </TS>

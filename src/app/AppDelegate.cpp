@@ -82,6 +82,11 @@ AppDelegate::AppDelegate(QObject *parent)
     connect(m_window->deletePageAction, &QAction::triggered, this, &AppDelegate::deletePage);
     connect(m_window->sendAction, &QAction::triggered, this, &AppDelegate::sendFax);
     connect(m_window->receiverField, &QLineEdit::returnPressed, this, &AppDelegate::sendFax);
+    connect(m_window->cancelButton, &QPushButton::clicked, this, [this] {
+        if (m_connection)
+            m_connection->cancelRemainingReceivers();
+        m_window->cancelButton->setEnabled(false);
+    });
     connect(m_window->receiverField, &QLineEdit::textChanged, this, &AppDelegate::updateActions);
     connect(m_window->extendedToolbarAction, &QAction::toggled, this, [this](bool extended) {
         FBUserDefaults::setObject(extended, kShowExtendedToolbarKey);
@@ -347,6 +352,7 @@ void AppDelegate::sendFaxTask()
 void AppDelegate::openStatus()
 {
     m_window->showProgressSlot(true);
+    m_window->cancelButton->setEnabled(_receiverNumbers.size() > 1);
     const QString text = FXText("sendFax").arg(currentReceiverPhoneName());
     m_window->faxStatusLabel->setText(text);
     m_window->progressLabelText->setText(text);

@@ -20,6 +20,7 @@
 #include <QPdfDocument>
 #include <QPdfView>
 #include <QProgressBar>
+#include <QPushButton>
 #include <QSettings>
 #include <QSplitter>
 #include <QStatusBar>
@@ -109,8 +110,12 @@ FBMainWindow::FBMainWindow(QWidget *parent)
     progressLabelText = new QLabel;
     progressLabelText->setObjectName(QStringLiteral("progressLabelText"));
     progressLabelText->setMinimumWidth(240);
+    cancelButton = new QPushButton(FXText("cancel"));
+    cancelButton->setObjectName(QStringLiteral("cancelButton"));
+    cancelButton->setToolTip(FXText("cancel_remaining_receivers"));
     progressLayout->addWidget(progressStatus);
     progressLayout->addWidget(progressLabelText, 1);
+    progressLayout->addWidget(cancelButton);
     m_progressSlot->hide();
     auto *slot = new QWidget;
     auto *slotLayout = new QHBoxLayout(slot);

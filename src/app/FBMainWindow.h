@@ -9,6 +9,7 @@ class QListView;
 class QPdfDocument;
 class QPdfView;
 class QProgressBar;
+class QPushButton;
 class QSplitter;
 class QToolBar;
 class QWidgetAction;
@@ -40,6 +41,8 @@ public:
     QLineEdit *receiverField;
     QLabel *progressLabelText;
     QProgressBar *progressStatus;
+    // Lets the running transmission finish and starts no further receiver.
+    QPushButton *cancelButton;
 
     QListView *collectionView;
     FBPageThumbnailModel *thumbnails;

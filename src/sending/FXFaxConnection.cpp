@@ -123,6 +123,12 @@ void FXFaxConnection::startSendingFaxForPDFData(const QByteArray &data,
     startSendingFax();
 }
 
+void FXFaxConnection::cancelRemainingReceivers()
+{
+    if (m_sending && _receiverNumbers.size() > 1)
+        _receiverNumbers = {_receiverNumbers.first()};
+}
+
 void FXFaxConnection::completeJob()
 {
     m_sending = false;

@@ -48,6 +48,10 @@ public:
     void startSendingFaxForPDFData(const QByteArray &data, const QVariantList &toReceiverNumbers);
 
     FXFaxConnectionDelegate *delegate() const { return _delegate; }
+    // Lets the receiver being served finish and starts no further one; the job then ends as
+    // usual. Receivers never started are not recorded in the journal.
+    void cancelRemainingReceivers();
+
     void setDelegate(FXFaxConnectionDelegate *delegate) { _delegate = delegate; }
 
     QString coverSubject() const { return _coverSubject; }

@@ -15,10 +15,13 @@
 #include <QAction>
 #include <QDBusConnection>
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonValue>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
 #include <QPdfDocument>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -223,6 +226,28 @@ private Q_SLOTS:
         QCOMPARE(m_notifications.shown.at(1), FXText("fax_to").arg(QStringLiteral("030555000486"))
                                                   + QStringLiteral(": ")
                                                   + window->faxStatusLabel->text());
+    }
+
+    // Cancel lets the first receiver finish and starts neither of the others.
+    void cancelRemainingReceivers()
+    {
+        QVERIFY(m_simulator.reset());
+        AppDelegate app;
+        app.applicationDidFinishLaunching();
+        QCOMPARE(open(app, fixture(QStringLiteral("one.pdf"))), 1);
+        FBMainWindow *window = app.mainWindow();
+        window->receiverField->setText(QStringLiteral("030555000123, 030555000124, 030555000125"));
+        QSignalSpy finished(&app, &AppDelegate::sendFinished);
+        app.sendFax();
+        QVERIFY(window->cancelButton->isEnabled());
+        QTest::mouseClick(window->cancelButton, Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(!window->isShowingProgress(), 60000);
+        QCOMPARE(finished.size(), 1);
+        int initiated = 0;
+        for (const QJsonValue &request : m_simulator.requests())
+            initiated += request[QLatin1String("method")].toString()
+                         == QLatin1String("zentari.SessionInitiate");
+        QCOMPARE(initiated, 1);
     }
 };
 
