@@ -347,5 +347,17 @@
         <source>cancel_remaining_receivers</source>
         <translation>Die laufende Übertragung beenden lassen und an keinen weiteren Empfänger senden</translation>
     </message>
+    <message id="menu_undo">
+        <source>menu_undo</source>
+        <translation>&amp;Rückgängig</translation>
+    </message>
+    <message id="menu_redo">
+        <source>menu_redo</source>
+        <translation>&amp;Wiederholen</translation>
+    </message>
+    <message id="move_pages">
+        <source>move_pages</source>
+        <translation>Seiten verschieben</translation>
+    </message>
 </context>
 </TS>

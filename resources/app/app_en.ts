@@ -347,5 +347,17 @@
         <source>cancel_remaining_receivers</source>
         <translation>Let the current transmission finish and send to no further receiver</translation>
     </message>
+    <message id="menu_undo">
+        <source>menu_undo</source>
+        <translation>&amp;Undo</translation>
+    </message>
+    <message id="menu_redo">
+        <source>menu_redo</source>
+        <translation>&amp;Redo</translation>
+    </message>
+    <message id="move_pages">
+        <source>move_pages</source>
+        <translation>Move Pages</translation>
+    </message>
 </context>
 </TS>

@@ -31,7 +31,12 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QStatusBar>
+#include <QTemporaryFile>
 #include <QTimer>
+#include <QUndoCommand>
+#include <QUndoStack>
+
+#include <memory>
 
 namespace {
 
@@ -45,6 +50,63 @@ constexpr qint64 maximumDocumentBytes = 512LL * 1024 * 1024;
 QString pagesText(int count)
 {
     return QStringLiteral("%1 %2").arg(count).arg(FXText(count == 1 ? "page" : "pages"));
+}
+
+// One page edit: the unprocessed document before and after it, as files of the working
+// folder, so that a long history of a large document does not live in memory.
+class PageEdit : public QUndoCommand
+{
+public:
+    PageEdit(const QString &name, std::unique_ptr<QTemporaryFile> before,
+             std::unique_ptr<QTemporaryFile> after, std::function<void()> reprocess)
+        : QUndoCommand(name)
+        , m_before(std::move(before))
+        , m_after(std::move(after))
+        , m_reprocess(std::move(reprocess))
+    {}
+
+    void undo() override { restore(*m_before); }
+    void redo() override
+    {
+        // The edit itself has already been made when the command is pushed.
+        if (std::exchange(m_done, true))
+            restore(*m_after);
+    }
+
+private:
+    void restore(QTemporaryFile &snapshot)
+    {
+        const QString target = FXFaxFileManager::filePathForOriginale();
+        QFile::remove(target);
+        if (!QFile::copy(snapshot.fileName(), target))
+            qCWarning(lcApp, "Cannot restore the document from %s",
+                      qUtf8Printable(snapshot.fileName()));
+        m_reprocess();
+    }
+
+    std::unique_ptr<QTemporaryFile> m_before;
+    std::unique_ptr<QTemporaryFile> m_after;
+    std::function<void()> m_reprocess;
+    bool m_done = false;
+};
+
+// A copy of the unprocessed document in the working folder; null when it cannot be made.
+std::unique_ptr<QTemporaryFile> snapshotOfOriginale()
+{
+    auto snapshot = std::make_unique<QTemporaryFile>(
+        QDir(FXFaxFileManager::workingFolder()).filePath(QStringLiteral("_undo-XXXXXX.pdf")));
+    QFile source(FXFaxFileManager::filePathForOriginale());
+    if (!snapshot->open() || !source.open(QIODevice::ReadOnly))
+        return nullptr;
+    QByteArray chunk(1 << 20, Qt::Uninitialized);
+    for (;;) {
+        const qint64 count = source.read(chunk.data(), chunk.size());
+        if (count == 0)
+            break;
+        if (count < 0 || snapshot->write(chunk.constData(), count) != count)
+            return nullptr;
+    }
+    return snapshot->flush() ? std::move(snapshot) : nullptr;
 }
 
 } // namespace
@@ -68,7 +130,11 @@ AppDelegate::AppDelegate(QObject *parent)
     : QObject(parent)
     , m_window(new FBMainWindow)
     , m_notifications(new FBNotificationCenter(this))
+    , m_undo(new QUndoStack(this))
 {
+    m_undo->setUndoLimit(50);
+    m_window->addEditActions(m_undo->createUndoAction(m_window, FXText("menu_undo")),
+                             m_undo->createRedoAction(m_window, FXText("menu_redo")));
     m_window->setAttribute(Qt::WA_DeleteOnClose, false);
     connect(m_window->newFaxAction, &QAction::triggered, this,
             [this] { openFaxWindow(Sender::Menu); });
@@ -180,6 +246,7 @@ void AppDelegate::openFaxWindow(Sender sender)
         m_window->receiverField->clear();
     }
     _receiverNumbers.clear();
+    m_undo->clear();
     FXFaxFileManager::deleteAllTempFiles();
     m_window->document->close();
     m_window->statusPagesLabel->clear();
@@ -423,9 +490,11 @@ void AppDelegate::addPageFromPath(const QString &path)
         return;
     }
     FXFaxFileManager::writeFaxAppendFileForData(file.readAll());
-    FXPDFGenerator::combinePDFURLs(
-        {FXFaxFileManager::fileURLForOriginale(), FXFaxFileManager::fileURLForFaxAppend()},
-        FXFaxFileManager::fileURLForOriginale(), false);
+    editPages(FXText("toolbar_add_pages"), [] {
+        FXPDFGenerator::combinePDFURLs(
+            {FXFaxFileManager::fileURLForOriginale(), FXFaxFileManager::fileURLForFaxAppend()},
+            FXFaxFileManager::fileURLForOriginale(), false);
+    });
     processSFFForData();
 }
 
@@ -437,7 +506,9 @@ void AppDelegate::deletePage()
     if (!current.isValid())
         return;
     const QUrl url = QUrl::fromLocalFile(m_documentPath);
-    FXPDFGenerator::removePage(uint(current.row() + 1), url, url);
+    const uint page = uint(current.row() + 1);
+    editPages(FXText("toolbar_delete_page"),
+              [page, url] { FXPDFGenerator::removePage(page, url, url); });
     processSFFForData();
 }
 
@@ -452,11 +523,25 @@ void AppDelegate::draggingMovedPDFDocumentPagesAtIndexes(const QList<qsizetype> 
         indexes, toIndex, FXFaxFileManager::fileURLForProcessedFaxFile());
     if (originale.isEmpty() || processed.isEmpty())
         return;
-    FXFaxFileManager::writeOriginaleFileForData(originale);
+    editPages(FXText("move_pages"),
+              [&originale] { FXFaxFileManager::writeOriginaleFileForData(originale); });
     m_window->document->close();
     const QString path = FXFaxFileManager::writeProcessedFaxFileForData(processed);
     m_window->document->load(path);
     updateActions();
+}
+
+void AppDelegate::editPages(const QString &name, const std::function<void()> &edit)
+{
+    std::unique_ptr<QTemporaryFile> before = snapshotOfOriginale();
+    edit();
+    std::unique_ptr<QTemporaryFile> after = before ? snapshotOfOriginale() : nullptr;
+    if (!after) {
+        qCWarning(lcApp, "This page edit cannot be undone: no copy of the document");
+        return;
+    }
+    m_undo->push(
+        new PageEdit(name, std::move(before), std::move(after), [this] { processSFFForData(); }));
 }
 
 void AppDelegate::changedProgress(double progress, int toState, const QString &title,

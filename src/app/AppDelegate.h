@@ -14,6 +14,7 @@ class FBMainWindow;
 class FBNotificationCenter;
 class FXFaxConnection;
 class QProcess;
+class QUndoStack;
 
 // The desktop application's controller: it owns the main fax window, accepts documents (the
 // command line, D-Bus, the print queue's spool, drag and drop), prepares the fax pages in the
@@ -70,6 +71,7 @@ public:
     void sendingAllFaxCompleted(FXFaxConnection *connection) override;
 
     FBMainWindow *mainWindow() const { return m_window; }
+    QUndoStack *undoStack() const { return m_undo; }
     QString destinationNumber;
 
 Q_SIGNALS:
@@ -84,6 +86,9 @@ private:
                const std::function<void()> &onDefault = {});
     void showPreparedDocument(const QString &path, int pageCount);
     void updateActions();
+    // Runs a page edit of the unprocessed document so that it can be undone: the document
+    // before and after is kept in the working folder.
+    void editPages(const QString &name, const std::function<void()> &edit);
 
     FBMainWindow *m_window;
     int _documentType = 0;
@@ -97,5 +102,6 @@ private:
     quint64 m_preparationSerial = 0;
     FXFaxConnection *m_connection = nullptr;
     FBNotificationCenter *m_notifications;
+    QUndoStack *m_undo;
     QString m_reportName; // of the fax that ended last
 };

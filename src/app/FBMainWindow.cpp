@@ -146,7 +146,7 @@ FBMainWindow::FBMainWindow(QWidget *parent)
     fileMenu->addSeparator();
     QAction *quit = fileMenu->addAction(FXText("menu_quit"), this, &QWidget::close);
     quit->setShortcut(QKeySequence::Quit);
-    QMenu *editMenu = menuBar()->addMenu(FXText("menu_edit"));
+    QMenu *editMenu = m_editMenu = menuBar()->addMenu(FXText("menu_edit"));
     editMenu->addAction(deletePageAction);
     editMenu->addSeparator();
     editMenu->addAction(preferencesAction);
@@ -237,6 +237,16 @@ void FBMainWindow::showProgressSlot(bool sending)
     addPageAction->setEnabled(!sending);
     deletePageAction->setEnabled(!sending);
     sendAction->setEnabled(!sending);
+}
+
+void FBMainWindow::addEditActions(QAction *undo, QAction *redo)
+{
+    undo->setShortcut(QKeySequence::Undo);
+    redo->setShortcuts({QKeySequence::Redo, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z)});
+    QAction *first = m_editMenu->actions().value(0);
+    m_editMenu->insertAction(first, undo);
+    m_editMenu->insertAction(first, redo);
+    m_editMenu->insertSeparator(first);
 }
 
 void FBMainWindow::focusSendButton()

@@ -6,6 +6,7 @@ class QAction;
 class QLabel;
 class QLineEdit;
 class QListView;
+class QMenu;
 class QPdfDocument;
 class QPdfView;
 class QProgressBar;
@@ -57,6 +58,8 @@ public:
     void showProgressSlot(bool sending);
     bool isShowingProgress() const;
     void focusSendButton();
+    // Undo and redo of page edits, at the top of the Edit menu with the standard shortcuts.
+    void addEditActions(QAction *undo, QAction *redo);
     // Text under the icons, or icons only.
     void setExtendedToolbar(bool extended);
 
@@ -76,6 +79,7 @@ protected:
 
 private:
     QToolBar *m_toolbar;
+    QMenu *m_editMenu;
     QWidget *m_receiverSlot;
     QWidget *m_progressSlot;
     QSplitter *m_splitter;

@@ -25,6 +25,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QUndoStack>
 
 namespace {
 
@@ -122,13 +123,16 @@ private Q_SLOTS:
         QVERIFY(m_alerts.isEmpty());
     }
 
-    // Deleting goes through the grid's current page; the last page stays.
+    // Deleting goes through the grid's current page; the last page stays. Undo gives back
+    // the exact document.
     void deleteAndMovePages()
     {
         AppDelegate app;
         app.applicationDidFinishLaunching();
         QCOMPARE(open(app, fixture(QStringLiteral("three-pages.pdf"))), 3);
         FBMainWindow *window = app.mainWindow();
+        const QByteArray original =
+            TestEnvironment::readFile(FXFaxFileManager::filePathForOriginale());
         QSignalSpy prepared(&app, &AppDelegate::documentPrepared);
         window->collectionView->setCurrentIndex(window->thumbnails->index(1));
         app.deletePage();
@@ -149,6 +153,16 @@ private Q_SLOTS:
                  QPdfDocument::Error::None);
         QCOMPARE(originale.pagePointSize(0), second);
         QCOMPARE(originale.pagePointSize(1), first);
+        originale.close();
+
+        prepared.clear();
+        QTest::keySequence(window, QKeySequence::Undo);
+        QTest::keySequence(window, QKeySequence::Undo);
+        // The first undo's preparation is overtaken by the second's.
+        QTRY_VERIFY_WITH_TIMEOUT(!prepared.isEmpty() && prepared.last().first().toInt() == 3,
+                                 60000);
+        QCOMPARE(TestEnvironment::readFile(FXFaxFileManager::filePathForOriginale()), original);
+        QVERIFY(app.undoStack()->canRedo());
 
         QCOMPARE(open(app, fixture(QStringLiteral("one.pdf"))), 1);
         QVERIFY(!window->deletePageAction->isEnabled());
