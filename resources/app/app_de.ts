@@ -359,5 +359,9 @@
         <source>move_pages</source>
         <translation>Seiten verschieben</translation>
     </message>
+    <message id="status_help">
+        <source>status_help</source>
+        <translation>Was bedeutet das?</translation>
+    </message>
 </context>
 </TS>

@@ -359,5 +359,9 @@
         <source>move_pages</source>
         <translation>Move Pages</translation>
     </message>
+    <message id="status_help">
+        <source>status_help</source>
+        <translation>What does this mean?</translation>
+    </message>
 </context>
 </TS>

@@ -2,6 +2,7 @@
 
 #include "app/FBMainWindow.h"
 #include "app/FBNotificationCenter.h"
+#include "app/FBPopover.h"
 #include "app/MVPDFServices.h"
 #include "cli/CommandSupport.h"
 #include "document/FXPDFGenerator.h"
@@ -20,6 +21,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
@@ -256,8 +258,14 @@ void AppDelegate::openFaxWindow(Sender sender)
         closeStatus();
     if (destinationNumber.isEmpty())
         m_window->receiverField->setFocus();
-    if (sender == Sender::Menu)
-        m_window->pdfView->setToolTip(FXText("help_newfax"));
+    if (sender == Sender::Menu) {
+        // Beside the first thumbnails, just under the toolbar.
+        const QPoint top = m_window->centralWidget()->mapTo(m_window, QPoint(0, 0));
+        FBPopover *help =
+            showPopover(FXText("help_newfax"),
+                        QPoint(m_window->collectionView->x() + 100, top.y() - 15), false);
+        QTimer::singleShot(8000, help, &QWidget::close);
+    }
     loadBalance();
     updateActions();
 }
@@ -446,6 +454,32 @@ void AppDelegate::errorWithMessage(const QString &message)
         QStringLiteral("%1 (%2)").arg(FXText("fax_unavailable"), message));
 }
 
+void AppDelegate::showStatusHelp(int tag)
+{
+    const QByteArray key = QByteArray("0x" + QByteArray::number(uint(tag), 16)).toUpper();
+    const QByteArray detail = key + "_detail";
+    showPopover(QStringLiteral("%1\n\n%2").arg(FXText(key.constData()), FXText(detail.constData())),
+                outcomePoint());
+}
+
+FBPopover *AppDelegate::showPopover(const QString &text, const QPoint &point, bool takesInput)
+{
+    if (m_popup)
+        m_popup->close();
+    if (!m_window->isVisible())
+        return nullptr;
+    m_popup = new FBPopover(text, m_window, takesInput);
+    m_popup->showAt(m_window, point);
+    return m_popup;
+}
+
+QPoint AppDelegate::outcomePoint() const
+{
+    const QPoint top = m_window->centralWidget()->mapTo(m_window, QPoint(0, 0));
+    return QPoint(m_window->collectionView->width() + m_window->pdfView->width() - 35,
+                  top.y() - 15);
+}
+
 void AppDelegate::loadBalance()
 {
     if (!isAppConfigured())
@@ -549,8 +583,6 @@ void AppDelegate::changedProgress(double progress, int toState, const QString &t
                                   const QString &errorReasonTitle, const Fax &forFax)
 {
     Q_UNUSED(progress)
-    Q_UNUSED(errorReason)
-    Q_UNUSED(errorReasonTitle)
     _lastState = toState;
     switch (toState) {
     case 0:
@@ -580,6 +612,19 @@ void AppDelegate::changedProgress(double progress, int toState, const QString &t
         m_reportName = forFax.file();
         m_notifications->showNotificationWithTitle(FXText("fax_to").arg(forDestinationNumber),
                                                    title);
+        if (FBPopover *failure = showPopover(
+                errorReasonTitle.isEmpty() ? title : title + QLatin1Char('\n') + errorReasonTitle,
+                outcomePoint())) {
+            bool isCode = false;
+            const int code = errorReason.toInt(&isCode);
+            if (isCode && code > 0) {
+                auto *help = new QPushButton(FXText("status_help"));
+                help->setAccessibleName(FXText("status_help"));
+                failure->buttons()->addWidget(help);
+                connect(help, &QPushButton::clicked, this, [this, code] { showStatusHelp(code); });
+                failure->adjustSize();
+            }
+        }
         Q_EMIT sendFinished(toState);
         break;
     default:

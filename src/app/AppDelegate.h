@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/FBFaxDocumentTarget.h"
+#include "app/FBPopover.h"
 #include "sending/FXFaxConnectionDelegate.h"
 
 #include <QObject>
@@ -12,6 +13,7 @@
 
 class FBMainWindow;
 class FBNotificationCenter;
+
 class FXFaxConnection;
 class QProcess;
 class QUndoStack;
@@ -57,6 +59,10 @@ public:
     void closeStatus();
     QString currentReceiverPhoneName() const;
     void errorWithMessage(const QString &message);
+    // The help for a provider status code: its text and its detail ("0X1F4", "0X1F4_detail").
+    void showStatusHelp(int tag);
+    // The one bubble shown at a time (help, success or failure), or null.
+    FBPopover *popup() const { return m_popup; }
     void loadBalance();
 
     void addPage();
@@ -86,6 +92,9 @@ private:
                const std::function<void()> &onDefault = {});
     void showPreparedDocument(const QString &path, int pageCount);
     void updateActions();
+    FBPopover *showPopover(const QString &text, const QPoint &point, bool takesInput = true);
+    // Where the outcome of a send is shown: by the send button, above the preview's right end.
+    QPoint outcomePoint() const;
     // Runs a page edit of the unprocessed document so that it can be undone: the document
     // before and after is kept in the working folder.
     void editPages(const QString &name, const std::function<void()> &edit);
@@ -103,5 +112,6 @@ private:
     FXFaxConnection *m_connection = nullptr;
     FBNotificationCenter *m_notifications;
     QUndoStack *m_undo;
+    QPointer<FBPopover> m_popup;
     QString m_reportName; // of the fax that ended last
 };

@@ -6,6 +6,7 @@
 #include "app/AppDelegate.h"
 #include "app/FBMainWindow.h"
 #include "app/FBPageThumbnailModel.h"
+#include "app/FBPopover.h"
 #include "foundation/FBAccountCredentials.h"
 #include "foundation/FBLocalization.h"
 #include "foundation/FBUserDefaults.h"
@@ -199,6 +200,16 @@ private Q_SLOTS:
         AppDelegate::setPrepareProgram(TestEnvironment::binDir() + QStringLiteral("/faxolino"));
     }
 
+    void statusHelpOfACode()
+    {
+        AppDelegate app;
+        app.applicationDidFinishLaunching();
+        app.showStatusHelp(500);
+        QVERIFY(app.popup());
+        QCOMPARE(app.popup()->textLabel()->text(),
+                 FXText("0X1F4") + QStringLiteral("\n\n") + FXText("0X1F4_detail"));
+    }
+
     void sendWithoutDocumentOrNumber()
     {
         AppDelegate app;
@@ -233,6 +244,9 @@ private Q_SLOTS:
         QTRY_VERIFY(!window->isShowingProgress());
         QVERIFY(window->newFaxAction->isEnabled());
         QCOMPARE(window->faxStatusLabel->text(), window->progressLabelText->text());
+        // The failure is shown by the send button, with the help for its code.
+        QVERIFY(app.popup() && app.popup()->isVisible());
+        QVERIFY(app.popup()->textLabel()->text().startsWith(window->faxStatusLabel->text()));
         // The desktop is told of both outcomes.
         QTRY_COMPARE(m_notifications.shown.size(), 2);
         QVERIFY(m_notifications.shown.at(0).startsWith(

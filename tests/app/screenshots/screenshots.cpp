@@ -12,6 +12,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QLineEdit>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -20,7 +21,10 @@ namespace {
 bool save(QWidget *window, const QString &path)
 {
     QTest::qWait(600);
-    const bool saved = window->grab().save(path);
+    // From the screen, so that bubbles (windows of their own) are in the picture.
+    const QRect area = window->frameGeometry();
+    const bool saved =
+        window->screen()->grabWindow(0, area.x(), area.y(), area.width(), area.height()).save(path);
     std::fprintf(stderr, "%s %s\n", saved ? "wrote" : "cannot write", qPrintable(path));
     return saved;
 }
@@ -68,6 +72,7 @@ int main(int argc, char *argv[])
         delegate.sendFax();
         ok &= save(window, QStringLiteral("%1/main-sending-%2.png").arg(folder, language));
         ok &= finished.wait(60000);
+        ok &= save(window, QStringLiteral("%1/main-sent-%2.png").arg(folder, language));
     }
     return ok ? 0 : 1;
 }
