@@ -173,8 +173,10 @@ AppDelegate::AppDelegate(QObject *parent)
 
 AppDelegate::~AppDelegate()
 {
-    if (m_preparation)
+    if (m_preparation) {
+        m_preparation->disconnect(this);
         m_preparation->kill();
+    }
     // The document announces its closing while the window goes.
     disconnect(m_window->document, nullptr, this, nullptr);
     delete m_window;
@@ -361,6 +363,7 @@ void AppDelegate::processSFFForData()
             qCWarning(lcApp, "Cannot start page preparation: %s",
                       qUtf8Printable(process->errorString()));
             m_window->sffProgressIndicator->hide();
+            process->deleteLater();
             Q_EMIT documentPrepared(0);
         }
     });
