@@ -48,10 +48,14 @@ VXFaxSessionStateQueue::VXFaxSessionStateQueue(FXFaxReportDelegate *delegate, QO
 
 VXFaxSessionStateQueue::~VXFaxSessionStateQueue()
 {
-    // Requests still in flight must not call back into a poller that is gone.
+    // Requests still in flight are cancelled: their answers have nobody to go to, and a
+    // process that ends meanwhile must not leave them behind.
     for (const QPointer<VXRestConnection> &pass : std::as_const(m_passes)) {
-        if (pass)
+        if (pass) {
             pass->setDelegate(nullptr);
+            disconnect(pass, nullptr, this, nullptr);
+            delete pass.data();
+        }
     }
 }
 

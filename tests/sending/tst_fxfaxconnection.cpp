@@ -429,7 +429,8 @@ private Q_SLOTS:
             QCOMPARE(event.fax.pages(), 0);
             QCOMPARE(event.fax.connections().first().reason(), QStringLiteral("-1"));
         }
-        QVERIFY(m_simulator.requests().isEmpty());
+        // (A late status request of an earlier test may still arrive; no session was asked.)
+        QVERIFY(requestsOf(m_simulator, QStringLiteral("zentari.SessionInitiate")).isEmpty());
     }
 
     void noReceivers()
