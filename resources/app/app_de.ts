@@ -363,5 +363,10 @@
         <source>status_help</source>
         <translation>Was bedeutet das?</translation>
     </message>
+    <message id="error_invalid_receiver">
+        <source>error_invalid_receiver</source>
+        <extracomment>%1: the receiver as typed.</extracomment>
+        <translation>„%1“ ist weder eine Faxnummer noch ein Name aus Ihrem Adressbuch.</translation>
+    </message>
 </context>
 </TS>

@@ -363,5 +363,10 @@
         <source>status_help</source>
         <translation>What does this mean?</translation>
     </message>
+    <message id="error_invalid_receiver">
+        <source>error_invalid_receiver</source>
+        <extracomment>%1: the receiver as typed.</extracomment>
+        <translation>“%1” is neither a fax number nor a name in your address book.</translation>
+    </message>
 </context>
 </TS>

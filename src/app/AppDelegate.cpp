@@ -11,8 +11,10 @@
 #include "foundation/FBUserDefaults.h"
 #include "foundation/FXFaxFileManager.h"
 #include "foundation/FXLogging.h"
+#include "recipients/FXPhoneNumber.h"
 #include "sending/FXAccountCheck.h"
 #include "sending/FXFaxConnection.h"
+#include "sending/FXReceiverCheck.h"
 
 #include <QAction>
 #include <QApplication>
@@ -406,6 +408,15 @@ void AppDelegate::sendFax()
     if (tokens.isEmpty()) {
         alert(FXText("error"), FXText("error_empty_number"));
         return;
+    }
+    // A typed text that is no number ("Person 1") is never sent to the digits it holds.
+    for (const QVariant &token : tokens) {
+        const FXReceiverCheck::Result checked =
+            FXReceiverCheck::check(token.toString(), {}, FXPhoneNumber::region());
+        if (checked.kind == FXReceiverCheck::Result::Refused) {
+            alert(FXText("error"), FXText("error_invalid_receiver").arg(token.toString()));
+            return;
+        }
     }
     _receiverNumbers = tokens;
     sendFaxTask();

@@ -11,6 +11,7 @@
 #include "foundation/FBLocalization.h"
 #include "foundation/FBUserDefaults.h"
 #include "foundation/FXFaxFileManager.h"
+#include "recipients/FXPhoneNumber.h"
 #include "sending/FXFaxConnection.h"
 
 #include <QAction>
@@ -94,6 +95,7 @@ private Q_SLOTS:
         FBLocalization::installCoreCatalog(QLocale(QLocale::English));
         FBLocalization::installCatalog(QStringLiteral(":/app/translations/app"),
                                        QLocale(QLocale::English));
+        FXPhoneNumber::setRegion(QStringLiteral("DE"));
         FXFaxConnection::setTrafficIntervalMs(200);
         AppDelegate::setPrepareProgram(TestEnvironment::binDir() + QStringLiteral("/faxolino"));
         QDBusConnection bus = QDBusConnection::sessionBus();
@@ -219,6 +221,15 @@ private Q_SLOTS:
         QCOMPARE(open(app, fixture(QStringLiteral("one.pdf"))), 1);
         app.sendFax();
         QCOMPARE(m_alerts.last(), FXText("error"));
+
+        // A name that is no number is refused before anything is sent.
+        QVERIFY(m_simulator.reset());
+        app.mainWindow()->receiverField->setText(QStringLiteral("030555000123, Person 1"));
+        m_alerts.clear();
+        app.sendFax();
+        QCOMPARE(m_alerts, QStringList{FXText("error")});
+        QVERIFY(!app.mainWindow()->isShowingProgress());
+        QVERIFY(m_simulator.requests().isEmpty());
     }
 
     // Two receivers, the first typed: the status names it, the first succeeds and the

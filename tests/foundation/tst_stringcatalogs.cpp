@@ -33,7 +33,8 @@ const QMap<QString, int> kFormatKeys = {{QStringLiteral("sendFax"), 1},
                                         {QStringLiteral("fax_to"), 1},
                                         {QStringLiteral("pdfservice_admin_required"), 1},
                                         {QStringLiteral("pdfservice_failed"), 1},
-                                        {QStringLiteral("thumbnail_page"), 2}};
+                                        {QStringLiteral("thumbnail_page"), 2},
+                                        {QStringLiteral("error_invalid_receiver"), 1}};
 
 const QString kMissingLog = QStringLiteral("Missing localized text for key");
 
