@@ -265,10 +265,10 @@ void AppDelegate::openFaxWindow(Sender sender)
     if (sender == Sender::Menu) {
         // Beside the first thumbnails, just under the toolbar.
         const QPoint top = m_window->centralWidget()->mapTo(m_window, QPoint(0, 0));
-        FBPopover *help =
-            showPopover(FXText("help_newfax"),
-                        QPoint(m_window->collectionView->x() + 100, top.y() - 15), false);
-        QTimer::singleShot(8000, help, &QWidget::close);
+        if (FBPopover *help =
+                showPopover(FXText("help_newfax"),
+                            QPoint(m_window->collectionView->x() + 100, top.y() - 15), false))
+            QTimer::singleShot(8000, help, &QWidget::close);
     }
     loadBalance();
     updateActions();
