@@ -48,9 +48,6 @@ QString prepareProgram;
 int prepareDeadlineMs = 10 * 60 * 1000;
 std::function<bool(const QString &, const QString &)> alertHook;
 
-// Documents larger than this are not read into memory (the D-Bus service refuses them too).
-constexpr qint64 maximumDocumentBytes = 512LL * 1024 * 1024;
-
 QString pagesText(int count)
 {
     return QStringLiteral("%1 %2").arg(count).arg(FXText(count == 1 ? "page" : "pages"));
@@ -284,7 +281,7 @@ void AppDelegate::processFaxFileForPath(const QString &path, bool clearNumber)
     QString problem;
     QByteArray data;
     if (FBRegularFile::openForReading(path, &file, &problem)) {
-        if (file.size() <= maximumDocumentBytes)
+        if (file.size() <= kMaximumDocumentBytes)
             data = file.readAll();
     }
     if (!data.isEmpty()) {
@@ -533,7 +530,7 @@ void AppDelegate::addPageFromPath(const QString &path)
     QFile file;
     QString problem;
     if (!FBRegularFile::openForReading(path, &file, &problem)
-        || file.size() > maximumDocumentBytes) {
+        || file.size() > kMaximumDocumentBytes) {
         alert(FXText("plugin_error_header"), FXText("plugin_error_body"));
         return;
     }

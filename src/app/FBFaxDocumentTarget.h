@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QtGlobal>
 
 // What the application controller offers to documents and numbers that arrive from outside:
 // the print queue's spool, the scripting service and the desktop's "open file" requests.
@@ -8,6 +9,9 @@
 class FBFaxDocumentTarget
 {
 public:
+    // The largest document taken from outside; larger ones are refused, never read.
+    static constexpr qint64 kMaximumDocumentBytes = 512LL * 1024 * 1024;
+
     virtual ~FBFaxDocumentTarget() = default;
 
     // A document to fax, with the number to pre-set ("" for none). The file is opened before

@@ -15,7 +15,6 @@
 namespace {
 
 const QString invalidArgumentError = QStringLiteral("org.voxaria.Faxolino.Error.InvalidArgument");
-constexpr qint64 kMaximumDocumentBytes = 512LL * 1024 * 1024;
 constexpr qint64 kHeaderWindow = 1024;
 
 bool isFileCommand(const QString &code)
@@ -108,8 +107,9 @@ bool FBFaxService::acceptPath(const QString &path)
         problem = QStringLiteral("the path must be absolute");
     } else if (!FBRegularFile::openForReading(path, &file, &problem)) {
         // Missing, unreadable, or no regular file: the reason is in `problem`.
-    } else if (file.size() > kMaximumDocumentBytes) {
-        problem = QStringLiteral("larger than %1 bytes").arg(kMaximumDocumentBytes);
+    } else if (file.size() > FBFaxDocumentTarget::kMaximumDocumentBytes) {
+        problem =
+            QStringLiteral("larger than %1 bytes").arg(FBFaxDocumentTarget::kMaximumDocumentBytes);
     } else if (!file.read(kHeaderWindow).contains("%PDF")) {
         // PDF readers accept the header anywhere in the first kilobyte.
         problem = QStringLiteral("not a PDF document");
