@@ -2,6 +2,7 @@
 
 #include "app/FBMainWindow.h"
 #include "app/FBNotificationCenter.h"
+#include "app/FBPageThumbnailModel.h"
 #include "app/FBPopover.h"
 #include "app/MVPDFServices.h"
 #include "cli/CommandSupport.h"
@@ -311,10 +312,12 @@ void AppDelegate::processSFFForData()
     const quint64 serial = ++m_preparationSerial;
     m_window->sffProgressIndicator->show();
 
-    // Each preparation writes a file of its own; the newest one's becomes the processed fax
-    // file, an older one's is thrown away.
-    const QString output = QDir(FXFaxFileManager::workingFolder())
-                               .filePath(QStringLiteral("_preview-%1.pdf").arg(serial));
+    // Each preparation writes files of its own; the newest one's becomes the processed fax
+    // file, an older one's is thrown away. While it works, it keeps the pages so far in a
+    // preview file, which is shown as it grows.
+    const QDir folder(FXFaxFileManager::workingFolder());
+    const QString output = folder.filePath(QStringLiteral("_preview-%1.pdf").arg(serial));
+    const QString preview = folder.filePath(QStringLiteral("_preview-%1-partial.pdf").arg(serial));
     auto *process = new QProcess(this);
     m_preparation = process;
     process->setProgram(prepareProgram.isEmpty() ? QCoreApplication::applicationFilePath()
@@ -322,7 +325,8 @@ void AppDelegate::processSFFForData()
     process->setArguments({QStringLiteral("prepare"), m_documentPath, output,
                            QStringLiteral("--type"),
                            _documentType == 0 ? QStringLiteral("text") : QStringLiteral("mixed"),
-                           QStringLiteral("--threshold"), QString::number(_documentTypeThreshold)});
+                           QStringLiteral("--threshold"), QString::number(_documentTypeThreshold),
+                           QStringLiteral("--preview"), preview});
     process->setProcessChannelMode(QProcess::SeparateChannels);
     auto *deadline = new QTimer(process);
     deadline->setSingleShot(true);
@@ -330,21 +334,46 @@ void AppDelegate::processSFFForData()
         qCWarning(lcApp, "Page preparation took too long and is stopped");
         process->kill();
     });
+    // The helper prints "preview N" lines while it works and the page count at the end.
+    auto lastLine = std::make_shared<QByteArray>();
+    connect(process, &QProcess::readyReadStandardOutput, this,
+            [this, process, preview, serial, lastLine] {
+                while (process->canReadLine()) {
+                    const QByteArray line = process->readLine(64).trimmed();
+                    if (serial != m_preparationSerial)
+                        continue;
+                    bool counted = false;
+                    const int pages = line.startsWith("preview ") ? line.mid(8).toInt(&counted) : 0;
+                    if (counted && pages > 0)
+                        showPreparedDocument(preview, pages, serial, false);
+                    else
+                        *lastLine = line;
+                }
+                // A line too long to be ours is dropped.
+                if (process->bytesAvailable() > 64)
+                    process->readAll();
+            });
     connect(process, &QProcess::finished, this,
-            [this, process, output, serial](int exitCode, QProcess::ExitStatus status) {
+            [this, process, output, preview, serial, lastLine](int exitCode,
+                                                               QProcess::ExitStatus status) {
                 process->deleteLater();
+                QFile::remove(preview);
                 if (serial != m_preparationSerial) {
                     QFile::remove(output);
                     return;
                 }
                 m_window->sffProgressIndicator->hide();
+                if (const QByteArray rest = process->readAllStandardOutput().trimmed();
+                    !rest.isEmpty() && rest.size() < 64)
+                    *lastLine = rest;
                 bool counted = false;
-                const int pages = process->readAllStandardOutput().trimmed().toInt(&counted);
+                const int pages = lastLine->toInt(&counted);
                 if (status != QProcess::NormalExit || exitCode != 0 || !counted) {
                     QFile::remove(output);
                     qCWarning(lcApp, "Page preparation failed: %s",
                               process->readAllStandardError().trimmed().constData());
                     m_window->document->close();
+                    m_shownPreparation = 0;
                     m_window->statusPagesLabel->setText(pagesText(0));
                     alert(FXText("plugin_error_header"), FXText("plugin_error_body"));
                     Q_EMIT documentPrepared(0);
@@ -355,7 +384,7 @@ void AppDelegate::processSFFForData()
                 if (!QFile::rename(output, processed))
                     qCWarning(lcApp, "Cannot keep the prepared pages as %s",
                               qUtf8Printable(processed));
-                showPreparedDocument(processed, pages);
+                showPreparedDocument(processed, pages, serial, true);
             });
     connect(process, &QProcess::errorOccurred, this, [this, process](QProcess::ProcessError e) {
         if (e == QProcess::FailedToStart) {
@@ -370,17 +399,32 @@ void AppDelegate::processSFFForData()
     process->start();
 }
 
-void AppDelegate::showPreparedDocument(const QString &path, int pageCount)
+void AppDelegate::showPreparedDocument(const QString &path, int pageCount, quint64 serial,
+                                       bool complete)
 {
+    // Pages shown earlier by this preparation stay as they are: the thumbnails already drawn,
+    // the scroll position and the chosen page.
+    const bool growing = m_shownPreparation == serial;
+    const int scrolled = m_window->pdfView->verticalScrollBar()->value();
+    const int current = m_window->collectionView->currentIndex().row();
+    m_window->thumbnails->setKeepImages(growing);
     m_window->document->load(path);
+    m_window->thumbnails->setKeepImages(false);
+    m_shownPreparation = serial;
     m_window->statusPagesLabel->setText(pagesText(pageCount));
-    m_window->pdfView->verticalScrollBar()->setValue(0);
+    m_window->pdfView->verticalScrollBar()->setValue(growing ? scrolled : 0);
+    if (growing && current >= 0)
+        m_window->collectionView->setCurrentIndex(m_window->thumbnails->index(current));
     updateActions();
-    if (destinationNumber.isEmpty())
-        m_window->receiverField->setFocus();
-    else
-        m_window->focusSendButton();
-    Q_EMIT documentPrepared(pageCount);
+    if (!growing) {
+        if (destinationNumber.isEmpty())
+            m_window->receiverField->setFocus();
+        else
+            m_window->focusSendButton();
+    }
+    Q_EMIT pagesShown(pageCount);
+    if (complete)
+        Q_EMIT documentPrepared(pageCount);
 }
 
 QVariantList AppDelegate::receiverTokens() const
@@ -564,6 +608,16 @@ void AppDelegate::draggingMovedPDFDocumentPagesAtIndexes(const QList<qsizetype> 
         return;
     const QByteArray originale = FXPDFGenerator::movePagesAtIndexes(
         indexes, toIndex, FXFaxFileManager::fileURLForOriginale());
+    if (m_preparation && m_preparation->state() != QProcess::NotRunning) {
+        // The processed file is not complete yet: the pages are prepared again in their new
+        // order.
+        if (originale.isEmpty())
+            return;
+        editPages(FXText("move_pages"),
+                  [&originale] { FXFaxFileManager::writeOriginaleFileForData(originale); });
+        processSFFForData();
+        return;
+    }
     const QByteArray processed = FXPDFGenerator::movePagesAtIndexes(
         indexes, toIndex, FXFaxFileManager::fileURLForProcessedFaxFile());
     if (originale.isEmpty() || processed.isEmpty())

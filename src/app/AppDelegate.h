@@ -81,6 +81,8 @@ public:
     QString destinationNumber;
 
 Q_SIGNALS:
+    // Pages of a preparation are shown: first the pages so far, as they are prepared.
+    void pagesShown(int pageCount);
     // A preparation ended and its pages (possibly none) are shown.
     void documentPrepared(int pageCount);
     void sendFinished(int state);
@@ -90,7 +92,7 @@ private:
     QVariantList receiverTokens() const;
     void alert(const QString &title, const QString &text,
                const std::function<void()> &onDefault = {});
-    void showPreparedDocument(const QString &path, int pageCount);
+    void showPreparedDocument(const QString &path, int pageCount, quint64 serial, bool complete);
     void updateActions();
     FBPopover *showPopover(const QString &text, const QPoint &point, bool takesInput = true);
     // Where the outcome of a send is shown: by the send button, above the preview's right end.
@@ -109,6 +111,7 @@ private:
     QString m_documentPath;
     QPointer<QProcess> m_preparation;
     quint64 m_preparationSerial = 0;
+    quint64 m_shownPreparation = 0; // whose pages the window shows
     FXFaxConnection *m_connection = nullptr;
     FBNotificationCenter *m_notifications;
     QUndoStack *m_undo;

@@ -40,7 +40,9 @@ FBPageThumbnailModel::FBPageThumbnailModel(QPdfDocument *document, QObject *pare
 void FBPageThumbnailModel::reset()
 {
     beginResetModel();
-    m_images.clear();
+    // Requests in flight end with the old document; pages without an image ask again.
+    if (!m_keepImages)
+        m_images.clear();
     m_requested.clear();
     endResetModel();
 }

@@ -20,6 +20,10 @@ public:
 
     explicit FBPageThumbnailModel(QPdfDocument *document, QObject *parent = nullptr);
 
+    // While set, a reloaded document keeps the thumbnails drawn so far: it is the same
+    // document with more pages.
+    void setKeepImages(bool keep) { m_keepImages = keep; }
+
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
     QVariant data(const QModelIndex &index, int role) const override;
     Qt::ItemFlags flags(const QModelIndex &index) const override;
@@ -43,4 +47,5 @@ private:
     QPdfPageRenderer *m_renderer;
     QHash<int, QImage> m_images;
     mutable QSet<int> m_requested;
+    bool m_keepImages = false;
 };

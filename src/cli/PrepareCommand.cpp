@@ -6,6 +6,7 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QTextStream>
 
@@ -24,7 +25,9 @@ const char usage[] =
     "  --type text|mixed   text: a brightness threshold (default);\n"
     "                      mixed: error diffusion, for pictures\n"
     "  --threshold 0-4     the threshold level for text, lighter to darker\n"
-    "                      (default 2)\n";
+    "                      (default 2)\n"
+    "  --preview FILE      also writes the pages prepared so far to FILE while it\n"
+    "                      works, printing \"preview N\" each time (N pages)\n";
 
 int usageError(QTextStream &err, const QString &message)
 {
@@ -47,7 +50,9 @@ int PrepareCommand::run(int argc, char *argv[])
                                         QStringLiteral("text"));
     const QCommandLineOption thresholdOption(QStringLiteral("threshold"), QString(),
                                              QStringLiteral("level"), QStringLiteral("2"));
-    parser.addOptions({typeOption, thresholdOption});
+    const QCommandLineOption previewOption(QStringLiteral("preview"), QString(),
+                                           QStringLiteral("file"));
+    parser.addOptions({typeOption, thresholdOption, previewOption});
     if (const std::optional<int> exitCode = CommandSupport::parseArguments(
             parser, argc, argv, usage,
             [&](const QString &message) { return usageError(err, message); }, true))
@@ -78,10 +83,30 @@ int PrepareCommand::run(int argc, char *argv[])
             << '\n';
         return 2;
     }
+    // A window shows the first page as soon as it is ready, then the pages so far each time
+    // their number has doubled, at most once a second: copying the pages again costs at most
+    // as much as writing them once.
+    const QString previewPath = parser.value(previewOption);
+    QElapsedTimer sinceSnapshot;
+    int snapshotPages = 0;
+    const auto pageWritten = [&](FXPageImagePDFWriter &writer) {
+        const int pages = writer.pageCount();
+        if (snapshotPages > 0 && (pages < 2 * snapshotPages || sinceSnapshot.elapsed() < 1000))
+            return;
+        QString problem;
+        if (!writer.writeSnapshot(previewPath, &problem)) {
+            err << "faxolino prepare: cannot write \"" << previewPath << "\": " << problem << '\n';
+            return;
+        }
+        snapshotPages = pages;
+        sinceSnapshot.start();
+        out << "preview " << pages << Qt::endl;
+    };
     // Read as pages need it rather than copied whole into memory first.
     const FXFaxPageGenerator::Result result = FXFaxPageGenerator::generatePDFWithDevice(
         &input, QString(), useType, threshold, files.at(1),
-        FXFaxPageGenerator::LeaveOutputUntouched);
+        FXFaxPageGenerator::LeaveOutputUntouched,
+        previewPath.isEmpty() ? FXFaxPageGenerator::PageWritten() : pageWritten);
     if (!result.readable) {
         err << "faxolino prepare: \"" << files.at(0)
             << "\" is not a readable PDF document (it may be damaged or password-protected)\n";

@@ -311,16 +311,14 @@ FXFaxPageGenerator::Result FXFaxPageGenerator::generatePDFWithData(const QByteAr
     return generatePDFWithDevice(&buffer, withHeader, useType, threshold, toPath, unreadable);
 }
 
-FXFaxPageGenerator::Result FXFaxPageGenerator::generatePDFWithDevice(QIODevice *input,
-                                                                     const QString &withHeader,
-                                                                     int useType, int threshold,
-                                                                     const QString &toPath,
-                                                                     UnreadableInput unreadable)
+FXFaxPageGenerator::Result FXFaxPageGenerator::generatePDFWithDevice(
+    QIODevice *input, const QString &withHeader, int useType, int threshold, const QString &toPath,
+    UnreadableInput unreadable, const PageWritten &pageWritten)
 {
     // The header text is not stamped: the pages carry only their images.
     Q_UNUSED(withHeader)
     try {
-        return preparePages(input, useType, threshold, toPath, unreadable);
+        return preparePages(input, useType, threshold, toPath, unreadable, pageWritten);
     } catch (const std::bad_alloc &) {
         Result result;
         result.errorString = QStringLiteral("Not enough memory to prepare the pages.");
@@ -330,7 +328,8 @@ FXFaxPageGenerator::Result FXFaxPageGenerator::generatePDFWithDevice(QIODevice *
 
 FXFaxPageGenerator::Result FXFaxPageGenerator::preparePages(QIODevice *input, int useType,
                                                             int threshold, const QString &toPath,
-                                                            UnreadableInput unreadable)
+                                                            UnreadableInput unreadable,
+                                                            const PageWritten &pageWritten)
 {
     Result result;
 
@@ -380,6 +379,8 @@ FXFaxPageGenerator::Result FXFaxPageGenerator::preparePages(QIODevice *input, in
                                   page.outcome == PreparedPage::OutOfMemory);
             else if (!writer.addPage(page.stream, page.encoding, page.width, page.height))
                 writeFailed = true;
+            else if (pageWritten)
+                pageWritten(writer);
             finished.erase(it);
         }
     };

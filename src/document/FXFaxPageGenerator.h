@@ -7,6 +7,8 @@
 #include <QImage>
 #include <QString>
 
+#include <functional>
+
 class QIODevice;
 class QPdfDocument;
 
@@ -62,11 +64,15 @@ public:
     static Result generatePDFWithData(const QByteArray &data, const QString &withHeader,
                                       int useType, int threshold, const QString &toPath,
                                       UnreadableInput unreadable = WriteEmptyDocument);
+    // Called after each page is written, in page order, with the writer (which can write a
+    // snapshot of the pages so far).
+    using PageWritten = std::function<void(FXPageImagePDFWriter &writer)>;
     // The same, reading the PDF from an open, random-access device as pages need it, so that
     // a large file need not be in memory.
     static Result generatePDFWithDevice(QIODevice *input, const QString &withHeader, int useType,
                                         int threshold, const QString &toPath,
-                                        UnreadableInput unreadable = WriteEmptyDocument);
+                                        UnreadableInput unreadable = WriteEmptyDocument,
+                                        const PageWritten &pageWritten = {});
 
     // Renders, converts and codes page `page` (counted from 1).
     static PreparedPage preparePage(QPdfDocument &document, int page, int useType, int threshold);
@@ -92,5 +98,5 @@ public:
 
 private:
     static Result preparePages(QIODevice *input, int useType, int threshold, const QString &toPath,
-                               UnreadableInput unreadable);
+                               UnreadableInput unreadable, const PageWritten &pageWritten);
 };

@@ -1,5 +1,9 @@
 #include "document/FXPageImagePDFWriter.h"
 
+#include <QFile>
+
+#include <algorithm>
+
 namespace {
 
 constexpr int catalogObject = 1;
@@ -81,30 +85,67 @@ bool FXPageImagePDFWriter::addPage(const QByteArray &stream, Encoding encoding, 
     return true;
 }
 
+QByteArray FXPageImagePDFWriter::closingSection(qint64 bodySize, const QByteArray &id) const
+{
+    QList<qint64> offsets = m_offsets;
+    offsets[pagesObject - 1] = bodySize;
+    QByteArray section = "2 0 obj\n<< /Type /Pages /Kids [";
+    for (int i = 0; i < m_pageObjects.size(); ++i)
+        section += (i ? " " : "") + number(m_pageObjects.at(i)) + " 0 R";
+    section += "] /Count " + number(m_pageObjects.size()) + " >>\nendobj\n";
+
+    const qint64 xrefOffset = bodySize + section.size();
+    section += "xref\n0 " + number(offsets.size() + 1) + "\n0000000000 65535 f \n";
+    for (qint64 offset : std::as_const(offsets))
+        section += QByteArray::number(offset).rightJustified(10, '0') + " 00000 n \n";
+    section += "trailer\n<< /Size " + number(offsets.size() + 1) + " /Root 1 0 R /Info 3 0 R /ID [<"
+               + id + "> <" + id + ">] >>\nstartxref\n" + number(xrefOffset) + "\n%%EOF\n";
+    return section;
+}
+
 bool FXPageImagePDFWriter::commit()
 {
     if (m_failed || !m_file.isOpen())
         return false;
-    m_offsets[pagesObject - 1] = m_position;
-    QByteArray pages = "2 0 obj\n<< /Type /Pages /Kids [";
-    for (int i = 0; i < m_pageObjects.size(); ++i)
-        pages += (i ? " " : "") + number(m_pageObjects.at(i)) + " 0 R";
-    pages += "] /Count " + number(m_pageObjects.size()) + " >>\nendobj\n";
-    write(pages);
-
-    const qint64 xrefOffset = m_position;
-    QByteArray xref = "xref\n0 " + number(m_offsets.size() + 1) + "\n0000000000 65535 f \n";
-    for (qint64 offset : std::as_const(m_offsets))
-        xref += QByteArray::number(offset).rightJustified(10, '0') + " 00000 n \n";
-    write(xref);
-
+    // The ID is the digest of everything before the trailer.
+    const qint64 bodySize = m_position;
+    const QByteArray unnamed = closingSection(bodySize, QByteArray());
+    m_digest.addData(QByteArrayView(unnamed).first(unnamed.indexOf("trailer\n")));
     const QByteArray id = m_digest.result().toHex();
-    write("trailer\n<< /Size " + number(m_offsets.size() + 1) + " /Root 1 0 R /Info 3 0 R /ID [<"
-          + id + "> <" + id + ">] >>\nstartxref\n" + number(xrefOffset) + "\n%%EOF\n");
-    if (m_failed)
-        return false;
+    const QByteArray section = closingSection(bodySize, id);
+    if (m_file.write(section) != section.size())
+        return fail(m_file.errorString());
+    m_position += section.size();
     if (!m_file.commit())
         return fail(m_file.errorString());
+    return true;
+}
+
+bool FXPageImagePDFWriter::writeSnapshot(const QString &path, QString *errorString)
+{
+    const auto failed = [errorString](const QString &what) {
+        if (errorString)
+            *errorString = what;
+        return false;
+    };
+    if (m_failed || !m_file.isOpen() || !m_file.flush())
+        return failed(QStringLiteral("the document is not being written"));
+    // The file being written is open for writing only; a second descriptor reads it back.
+    QFile body(QStringLiteral("/proc/self/fd/%1").arg(m_file.handle()));
+    if (!body.open(QIODevice::ReadOnly))
+        return failed(body.errorString());
+    QSaveFile snapshot(path);
+    if (!snapshot.open(QIODevice::WriteOnly))
+        return failed(snapshot.errorString());
+    QByteArray chunk;
+    for (qint64 left = m_position; left > 0; left -= chunk.size()) {
+        chunk = body.read(std::min<qint64>(left, 1 << 20));
+        if (chunk.isEmpty() || snapshot.write(chunk) != chunk.size())
+            return failed(QStringLiteral("cannot copy the pages written so far"));
+    }
+    const QByteArray section = closingSection(m_position, QByteArrayLiteral("00"));
+    if (snapshot.write(section) != section.size() || !snapshot.commit())
+        return failed(snapshot.errorString());
     return true;
 }
 

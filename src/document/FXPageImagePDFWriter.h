@@ -28,11 +28,17 @@ public:
     // Adds a page whose image, width x height pixels, fills the media box.
     bool addPage(const QByteArray &stream, Encoding encoding, int width, int height);
     bool commit();
+    // Writes the pages added so far, as a document of their own, to path (replaced whole).
+    // The file being written stays open and unchanged.
+    bool writeSnapshot(const QString &path, QString *errorString = nullptr);
 
     int pageCount() const { return m_pageObjects.size(); }
     QString errorString() const { return m_errorString; }
 
 private:
+    // The page tree, the cross-reference table and the trailer for the pages so far, for a
+    // file whose body ends at bodySize.
+    QByteArray closingSection(qint64 bodySize, const QByteArray &id) const;
     int beginObject();
     bool write(const QByteArray &bytes);
     bool fail(const QString &what);

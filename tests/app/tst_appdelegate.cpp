@@ -120,8 +120,14 @@ private Q_SLOTS:
     {
         AppDelegate app;
         app.applicationDidFinishLaunching();
-        QCOMPARE(open(app, fixture(QStringLiteral("three-pages.pdf"))), 3);
         FBMainWindow *window = app.mainWindow();
+        // The first page shows before the others are prepared.
+        QList<int> shown;
+        connect(&app, &AppDelegate::pagesShown, this,
+                [&](int pages) { shown.append(pages * 10 + window->document->pageCount()); });
+        QCOMPARE(open(app, fixture(QStringLiteral("three-pages.pdf"))), 3);
+        QCOMPARE(shown.first(), 11);
+        QCOMPARE(shown.last(), 33);
         QCOMPARE(window->statusPagesLabel->text(), QStringLiteral("3 pages"));
         QCOMPARE(pageCountOf(FXFaxFileManager::filePathForProcessedFaxFile()), 3);
         const QByteArray original =

@@ -42,6 +42,11 @@ private Q_SLOTS:
         QTest::newRow("a page left out")
             << QStringList{fixture("sliver-page.pdf"), out} << 0 << "1\n"
             << "Page 2 of 2 could not be rendered and is left out." << true;
+        QTest::newRow("first page previewed")
+            << QStringList{fixture("three-pages.pdf"), out, "--preview",
+                           m_dir.filePath(QStringLiteral("preview.pdf"))}
+            << 0 << "preview 1\n"
+            << "" << true;
         QTest::newRow("not a PDF") << QStringList{fixture("random.bin"), out} << 2 << ""
                                    << "is not a readable PDF document" << false;
         QTest::newRow("no such input") << QStringList{fixture("missing.pdf"), out} << 2 << ""
@@ -79,7 +84,11 @@ private Q_SLOTS:
         const QString standardOutput = QString::fromUtf8(process.readAllStandardOutput());
         const QString standardError = QString::fromUtf8(process.readAllStandardError());
         QCOMPARE(process.exitCode(), exitCode);
-        if (output.endsWith(QLatin1Char('\n')))
+        if (arguments.contains(QStringLiteral("--preview"))) {
+            QVERIFY2(standardOutput.startsWith(output) && standardOutput.endsWith("\n3\n"),
+                     qPrintable(standardOutput));
+            QVERIFY(QFile::exists(m_dir.filePath(QStringLiteral("preview.pdf"))));
+        } else if (output.endsWith(QLatin1Char('\n')))
             QCOMPARE(standardOutput, output);
         else
             QVERIFY2(standardOutput.contains(output), qPrintable(standardOutput));
