@@ -84,14 +84,14 @@ int PrepareCommand::run(int argc, char *argv[])
         return 2;
     }
     // A window shows the first page as soon as it is ready, then the pages so far each time
-    // their number has doubled, at most once a second: copying the pages again costs at most
+    // their number has doubled, at most every two seconds: copying the pages again costs at most
     // as much as writing them once.
     const QString previewPath = parser.value(previewOption);
     QElapsedTimer sinceSnapshot;
     int snapshotPages = 0;
     const auto pageWritten = [&](FXPageImagePDFWriter &writer) {
         const int pages = writer.pageCount();
-        if (snapshotPages > 0 && (pages < 2 * snapshotPages || sinceSnapshot.elapsed() < 1000))
+        if (snapshotPages > 0 && (pages < 2 * snapshotPages || sinceSnapshot.elapsed() < 2000))
             return;
         QString problem;
         if (!writer.writeSnapshot(previewPath, &problem)) {
