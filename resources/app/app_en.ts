@@ -279,6 +279,22 @@
         <source>toolbar_delete_page</source>
         <translation>Delete Page</translation>
     </message>
+    <message id="toolbar_cover_sheet">
+        <source>toolbar_cover_sheet</source>
+        <translation>Cover Sheet</translation>
+    </message>
+    <message id="toolbar_document_type">
+        <source>toolbar_document_type</source>
+        <translation>Document Type</translation>
+    </message>
+    <message id="document_type_text">
+        <source>document_type_text</source>
+        <translation>Text</translation>
+    </message>
+    <message id="document_type_mixed">
+        <source>document_type_mixed</source>
+        <translation>Mixed</translation>
+    </message>
     <message id="toolbar_send">
         <source>toolbar_send</source>
         <translation>Send</translation>

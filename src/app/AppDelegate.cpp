@@ -167,6 +167,7 @@ AppDelegate::AppDelegate(QObject *parent)
             [this](const QString &path, int) { addPageFromPath(path); });
     connect(m_window, &FBMainWindow::pagesMoved, this,
             &AppDelegate::draggingMovedPDFDocumentPagesAtIndexes);
+    connect(m_window, &FBMainWindow::documentTypeChosen, this, &AppDelegate::changeDocumentType);
     connect(m_window->document, &QPdfDocument::pageCountChanged, this, &AppDelegate::updateActions);
     updateActions();
 }
@@ -187,6 +188,7 @@ void AppDelegate::applicationDidFinishLaunching()
     _documentType = 0;
     _documentTypeThreshold = 2;
     _lastState = 0;
+    m_window->documentTypeTextItem->setChecked(true);
     m_window->setExtendedToolbar(FBUserDefaults::boolForKey(kShowExtendedToolbarKey));
     if (isAppConfigured()) {
         openFaxWindow(Sender::Menu);
@@ -251,6 +253,12 @@ void AppDelegate::openFaxWindow(Sender sender)
     }
     _receiverNumbers.clear();
     m_undo->clear();
+    // A preparation still running belongs to the document that goes.
+    ++m_preparationSerial;
+    if (m_preparation)
+        m_preparation->kill();
+    m_window->sffProgressIndicator->hide();
+    m_shownPreparation = 0;
     FXFaxFileManager::deleteAllTempFiles();
     m_window->document->close();
     m_window->statusPagesLabel->clear();
@@ -425,6 +433,16 @@ void AppDelegate::showPreparedDocument(const QString &path, int pageCount, quint
     Q_EMIT pagesShown(pageCount);
     if (complete)
         Q_EMIT documentPrepared(pageCount);
+}
+
+void AppDelegate::changeDocumentType(int documentType)
+{
+    // The threshold for text has a popover of its own, which comes with the cover sheet.
+    if (documentType == _documentType)
+        return;
+    _documentType = documentType;
+    if (m_shownPreparation != 0)
+        processSFFForData();
 }
 
 QVariantList AppDelegate::receiverTokens() const

@@ -52,6 +52,8 @@ public:
     void openFaxWindowWithNumber(const QString &number);
     void processFaxFileForPath(const QString &path, bool clearNumber);
     void processSFFForData();
+    // Text (0) or mixed (1); a shown document is prepared again.
+    void changeDocumentType(int documentType);
 
     void sendFax();
     void sendFaxTask();

@@ -4,6 +4,7 @@
 #include "foundation/FBLocalization.h"
 
 #include <QAction>
+#include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDragEnterEvent>
@@ -77,6 +78,26 @@ FBMainWindow::FBMainWindow(QWidget *parent)
         makeAction(this, "toolbar_add_pages", "list-add", QStyle::SP_FileDialogNewFolder);
     deletePageAction = makeAction(this, "toolbar_delete_page", "edit-delete", QStyle::SP_TrashIcon,
                                   QKeySequence::Delete);
+    coverSheetAction = makeAction(this, "toolbar_cover_sheet", "x-office-document",
+                                  QStyle::SP_FileDialogContentsView);
+    coverSheetAction->setCheckable(true);
+    // The cover sheet window is not there yet.
+    coverSheetAction->setEnabled(false);
+    documentTypeTextItem = makeAction(this, "document_type_text", "format-justify-left",
+                                      QStyle::SP_FileDialogListView);
+    documentTypeMixedItem =
+        makeAction(this, "document_type_mixed", "image-x-generic", QStyle::SP_DesktopIcon);
+    auto *documentTypes = new QActionGroup(this);
+    documentTypes->setExclusive(true);
+    for (QAction *type : {documentTypeTextItem, documentTypeMixedItem}) {
+        type->setCheckable(true);
+        type->setToolTip(FXText("toolbar_document_type") + QStringLiteral(": ") + type->text());
+        documentTypes->addAction(type);
+    }
+    documentTypeTextItem->setChecked(true);
+    connect(documentTypes, &QActionGroup::triggered, this, [this](QAction *type) {
+        Q_EMIT documentTypeChosen(type == documentTypeTextItem ? 0 : 1);
+    });
     sendAction = makeAction(this, "toolbar_send", "mail-send", QStyle::SP_ArrowForward,
                             QKeySequence(Qt::CTRL | Qt::Key_Return));
     reportsAction = makeAction(this, "toolbar_reports", "document-open-recent",
@@ -98,7 +119,7 @@ FBMainWindow::FBMainWindow(QWidget *parent)
     receiverField->setPlaceholderText(FXText("receiver"));
     receiverField->setAccessibleName(FXText("receiver"));
     receiverField->setClearButtonEnabled(true);
-    receiverField->setMinimumWidth(280);
+    receiverField->setMinimumWidth(200);
     receiverLayout->addWidget(receiverField);
     m_progressSlot = new QWidget;
     auto *progressLayout = new QHBoxLayout(m_progressSlot);
@@ -131,6 +152,10 @@ FBMainWindow::FBMainWindow(QWidget *parent)
     toolbar->addAction(addPageAction);
     toolbar->addAction(deletePageAction);
     toolbar->addSeparator();
+    toolbar->addAction(coverSheetAction);
+    toolbar->addAction(documentTypeTextItem);
+    toolbar->addAction(documentTypeMixedItem);
+    toolbar->addSeparator();
     toolbar->addWidget(slot);
     toolbar->addAction(sendAction);
     toolbar->addSeparator();
@@ -148,6 +173,10 @@ FBMainWindow::FBMainWindow(QWidget *parent)
     quit->setShortcut(QKeySequence::Quit);
     QMenu *editMenu = m_editMenu = menuBar()->addMenu(FXText("menu_edit"));
     editMenu->addAction(deletePageAction);
+    editMenu->addAction(coverSheetAction);
+    QMenu *typeMenu = editMenu->addMenu(FXText("toolbar_document_type"));
+    typeMenu->addAction(documentTypeTextItem);
+    typeMenu->addAction(documentTypeMixedItem);
     editMenu->addSeparator();
     editMenu->addAction(preferencesAction);
     QMenu *viewMenu = menuBar()->addMenu(FXText("menu_view"));
@@ -232,7 +261,8 @@ void FBMainWindow::showProgressSlot(bool sending)
 {
     m_receiverSlot->setVisible(!sending);
     m_progressSlot->setVisible(sending);
-    for (QAction *action : {newFaxAction, openAction, reportsAction, preferencesAction})
+    for (QAction *action : {newFaxAction, openAction, reportsAction, preferencesAction,
+                            documentTypeTextItem, documentTypeMixedItem})
         action->setEnabled(!sending);
     addPageAction->setEnabled(!sending);
     deletePageAction->setEnabled(!sending);

@@ -33,6 +33,11 @@ public:
     QAction *openAction;
     QAction *addPageAction;
     QAction *deletePageAction;
+    // Puts a cover sheet in front (made in the cover sheet window).
+    QAction *coverSheetAction;
+    // The document type, one of two: text (a brightness threshold) or mixed (for pictures).
+    QAction *documentTypeTextItem;
+    QAction *documentTypeMixedItem;
     QAction *sendAction;
     QAction *reportsAction;
     QAction *preferencesAction;
@@ -70,6 +75,8 @@ Q_SIGNALS:
     // Pages dragged within the thumbnails.
     void pagesMoved(const QList<qsizetype> &indexes, qsizetype toIndex);
     void closing();
+    // 0 for text, 1 for mixed.
+    void documentTypeChosen(int documentType);
 
 protected:
     void closeEvent(QCloseEvent *event) override;

@@ -168,6 +168,14 @@ private Q_SLOTS:
         window->collectionView->setCurrentIndex(window->thumbnails->index(0));
         app.deletePage();
         QCOMPARE(pageCountOf(FXFaxFileManager::filePathForOriginale()), 1);
+
+        // Another document type prepares the shown document again.
+        const QByteArray text =
+            TestEnvironment::readFile(FXFaxFileManager::filePathForProcessedFaxFile());
+        prepared.clear();
+        window->documentTypeMixedItem->trigger();
+        QVERIFY(prepared.wait(60000));
+        QVERIFY(TestEnvironment::readFile(FXFaxFileManager::filePathForProcessedFaxFile()) != text);
     }
 
     // A renderer that dies or hangs ends in the unreadable-document message; the window
