@@ -24,6 +24,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QFutureWatcher>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -40,7 +41,9 @@
 #include <QTimer>
 #include <QUndoCommand>
 #include <QUndoStack>
+#include <QtConcurrent>
 
+#include <cstdio>
 #include <memory>
 
 namespace {
@@ -253,7 +256,8 @@ void AppDelegate::openFaxWindow(Sender sender)
     }
     _receiverNumbers.clear();
     m_undo->clear();
-    // A preparation still running belongs to the document that goes.
+    // A copy or a preparation still running belongs to the document that goes.
+    ++m_openSerial;
     ++m_preparationSerial;
     if (m_preparation)
         m_preparation->kill();
@@ -286,25 +290,55 @@ void AppDelegate::processFaxFileForPath(const QString &path, bool clearNumber)
     _hasCoverSheet = false;
     if (clearNumber)
         openFaxWindow(Sender::Controller);
-    QFile file;
-    QString problem;
-    QByteArray data;
-    if (FBRegularFile::openForReading(path, &file, &problem)) {
-        if (file.size() <= kMaximumDocumentBytes)
-            data = file.readAll();
-    }
-    if (!data.isEmpty()) {
-        FXFaxFileManager::writeOriginaleFileForData(data);
-        m_documentPath = FXFaxFileManager::filePathForOriginale();
-        processSFFForData();
-    } else {
+    // The copy into the working folder runs off the window's thread: a large document must
+    // not freeze it. A newer document overtakes an older one still being copied.
+    const quint64 serial = ++m_openSerial;
+    const auto refuse = [this, clearNumber, path](const QString &problem) {
         qCWarning(lcApp, "Cannot read the document %s: %s", qUtf8Printable(path),
                   qUtf8Printable(problem));
         if (clearNumber) {
             alert(FXText("plugin_error_header"), FXText("plugin_error_body"),
                   [] { MVPDFServices::openFaxonPluginURL(); });
         }
+    };
+    auto source = std::make_shared<QFile>();
+    QString problem;
+    if (!FBRegularFile::openForReading(path, source.get(), &problem) || source->size() == 0
+        || source->size() > kMaximumDocumentBytes) {
+        refuse(problem.isEmpty() ? QStringLiteral("empty or too large") : problem);
+        activate();
+        return;
     }
+    const QString copy = QDir(FXFaxFileManager::workingFolder())
+                             .filePath(QStringLiteral("_opening-%1.pdf").arg(serial));
+    m_window->sffProgressIndicator->show();
+    auto *watcher = new QFutureWatcher<QString>(this);
+    connect(
+        watcher, &QFutureWatcher<QString>::finished, this, [this, watcher, serial, copy, refuse] {
+            watcher->deleteLater();
+            const QString copyProblem = watcher->result();
+            if (serial != m_openSerial) {
+                QFile::remove(copy);
+                return;
+            }
+            m_window->sffProgressIndicator->hide();
+            const QString originale = FXFaxFileManager::filePathForOriginale();
+            if (copyProblem.isEmpty()
+                && std::rename(QFile::encodeName(copy).constData(),
+                               QFile::encodeName(originale).constData())
+                       == 0) {
+                m_documentPath = originale;
+                processSFFForData();
+            } else {
+                QFile::remove(copy);
+                refuse(copyProblem.isEmpty() ? QStringLiteral("cannot keep a copy") : copyProblem);
+            }
+        });
+    watcher->setFuture(QtConcurrent::run([source, copy] {
+        QString copyProblem;
+        FBRegularFile::copyInto(source.get(), copy, kMaximumDocumentBytes, &copyProblem);
+        return copyProblem;
+    }));
     activate();
 }
 

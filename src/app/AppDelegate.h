@@ -112,6 +112,7 @@ private:
     QVariantList _receiverNumbers;
     QString m_documentPath;
     QPointer<QProcess> m_preparation;
+    quint64 m_openSerial = 0; // of the newest document being copied in
     quint64 m_preparationSerial = 0;
     quint64 m_shownPreparation = 0; // whose pages the window shows
     FXFaxConnection *m_connection = nullptr;

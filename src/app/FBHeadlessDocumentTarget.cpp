@@ -34,23 +34,12 @@ QThreadPool &copyThread()
 // fails.
 void copyInto(const std::shared_ptr<QFile> &source, const QString &target)
 {
-    QFile out(target);
-    bool copied = out.open(QIODevice::WriteOnly | QIODevice::Truncate);
-    QByteArray chunk(1 << 20, Qt::Uninitialized);
-    while (copied) {
-        const qint64 count = source->read(chunk.data(), chunk.size());
-        if (count <= 0) {
-            copied = count == 0;
-            break;
-        }
-        copied = out.write(chunk.constData(), count) == count;
-    }
-    copied = copied && out.flush();
-    out.close();
-    if (!copied) {
+    QString problem;
+    if (!FBRegularFile::copyInto(source.get(), target, FBFaxDocumentTarget::kMaximumDocumentBytes,
+                                 &problem)) {
         QFile::remove(target);
         qCWarning(lcApp, "Cannot keep the document %s: %s", qUtf8Printable(source->fileName()),
-                  qUtf8Printable(out.errorString()));
+                  qUtf8Printable(problem));
         return;
     }
     qCInfo(lcApp, "Kept the document %s as %s", qUtf8Printable(source->fileName()),

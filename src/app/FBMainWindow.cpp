@@ -83,8 +83,8 @@ FBMainWindow::FBMainWindow(QWidget *parent)
     coverSheetAction->setCheckable(true);
     // The cover sheet window is not there yet.
     coverSheetAction->setEnabled(false);
-    documentTypeTextItem = makeAction(this, "document_type_text", "format-justify-left",
-                                      QStyle::SP_FileDialogListView);
+    documentTypeTextItem =
+        makeAction(this, "document_type_text", "text-x-generic", QStyle::SP_FileDialogListView);
     documentTypeMixedItem =
         makeAction(this, "document_type_mixed", "image-x-generic", QStyle::SP_DesktopIcon);
     auto *documentTypes = new QActionGroup(this);

@@ -1,6 +1,7 @@
 #include "foundation/FBRegularFile.h"
 
 #include <QFile>
+#include <QSaveFile>
 
 #include <cerrno>
 #include <cstring>
@@ -40,5 +41,34 @@ bool FBRegularFile::openForReading(const QString &path, QFile *file, QString *er
         ::close(fd);
         return fail(file->errorString());
     }
+    return true;
+}
+
+bool FBRegularFile::copyInto(QIODevice *source, const QString &target, qint64 maxBytes,
+                             QString *error)
+{
+    const auto fail = [error](const QString &reason) {
+        if (error)
+            *error = reason;
+        return false;
+    };
+    QSaveFile out(target);
+    if (!out.open(QIODevice::WriteOnly))
+        return fail(out.errorString());
+    QByteArray chunk(1 << 20, Qt::Uninitialized);
+    for (qint64 total = 0;;) {
+        const qint64 count = source->read(chunk.data(), chunk.size());
+        if (count < 0)
+            return fail(source->errorString());
+        if (count == 0)
+            break;
+        total += count;
+        if (total > maxBytes)
+            return fail(QStringLiteral("larger than %1 bytes").arg(maxBytes));
+        if (out.write(chunk.constData(), count) != count)
+            return fail(out.errorString());
+    }
+    if (!out.commit())
+        return fail(out.errorString());
     return true;
 }
