@@ -719,6 +719,7 @@ void AppDelegate::changedProgress(double progress, int toState, const QString &t
             m_notifications->showNotificationWithTitle(FXText("fax_to").arg(forDestinationNumber),
                                                        title);
             loadBalance();
+            showPopover(title, outcomePoint());
         }
         Q_EMIT sendFinished(toState);
         break;

@@ -248,6 +248,10 @@ private Q_SLOTS:
         FBMainWindow *window = app.mainWindow();
         window->receiverField->setText(QStringLiteral("030555000123, 030555000486"));
         QSignalSpy finished(&app, &AppDelegate::sendFinished);
+        QStringList bubbles; // what the bubble by the send button says at each outcome
+        connect(&app, &AppDelegate::sendFinished, this, [&] {
+            bubbles.append(app.popup() ? app.popup()->textLabel()->text() : QString());
+        });
         QTest::keyClick(window->receiverField, Qt::Key_Return);
         QVERIFY(window->isShowingProgress());
         QCOMPARE(window->progressLabelText->text(),
@@ -256,6 +260,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 2, 60000);
         QCOMPARE(finished.at(0).first().toInt(), 2);
         QCOMPARE(finished.at(1).first().toInt(), -1);
+        QVERIFY(!bubbles.first().isEmpty());
         QTRY_VERIFY(!window->isShowingProgress());
         QVERIFY(window->newFaxAction->isEnabled());
         QCOMPARE(window->faxStatusLabel->text(), window->progressLabelText->text());
