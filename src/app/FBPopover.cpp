@@ -37,11 +37,14 @@ void FBPopover::showAt(QWidget *window, const QPoint &point)
     adjustSize();
     const QPoint tip = window->mapToGlobal(point);
     QPoint origin(tip.x() - width() / 2, tip.y());
+    // Within the window where it fits, so that a bubble by the window's edge stays over it;
+    // on the screen in any case.
+    QRect area(window->mapToGlobal(QPoint(0, 0)), window->size());
     if (const QScreen *screen = window->screen()) {
-        const QRect area = screen->availableGeometry();
-        origin.setX(
-            std::clamp(origin.x(), area.left(), std::max(area.left(), area.right() - width())));
+        const QRect available = screen->availableGeometry();
+        area = area.width() >= width() ? area.intersected(available) : available;
     }
+    origin.setX(std::clamp(origin.x(), area.left(), std::max(area.left(), area.right() - width())));
     m_arrowX = std::clamp(tip.x() - origin.x(), radius + arrowHalfWidth,
                           width() - radius - arrowHalfWidth);
     move(origin);
