@@ -18,6 +18,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QMimeData>
+#include <QPainter>
 #include <QPdfDocument>
 #include <QPdfView>
 #include <QProgressBar>
@@ -34,13 +35,64 @@ namespace {
 // The preview's background: white at 0.835, the grey behind the pages.
 constexpr int previewGrey = 213;
 
-// Icons come from the desktop's theme, else from the style.
-QAction *makeAction(QWidget *parent, const char *key, const char *iconName,
-                    QStyle::StandardPixmap fallbackIcon, const QKeySequence &shortcut = {})
+enum class PageIcon { Text, Mixed, CoverSheet };
+
+// A sheet of paper with what the kind of page holds, drawn for icon themes that have no
+// icon of their own for it.
+QIcon drawnPageIcon(PageIcon kind)
 {
-    auto *action = new QAction(QIcon::fromTheme(QLatin1String(iconName),
-                                                QApplication::style()->standardIcon(fallbackIcon)),
-                               FXText(key), parent);
+    QIcon icon;
+    for (const int size : {16, 24, 32, 48, 64}) {
+        QPixmap pixmap(size, size);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.scale(size / 24.0, size / 24.0);
+        const QColor ink(60, 60, 60);
+        painter.setPen(QPen(ink, 1.2));
+        painter.setBrush(Qt::white);
+        painter.drawPolygon(QPolygonF({{5, 2.5}, {15, 2.5}, {19.5, 7}, {19.5, 21.5}, {5, 21.5}}));
+        painter.drawPolyline(QPolygonF({{15, 2.5}, {15, 7}, {19.5, 7}}));
+        painter.setPen(QPen(ink, 1.4));
+        const auto line = [&painter](double y, double right) {
+            painter.drawLine(QPointF(7.5, y), QPointF(right, y));
+        };
+        switch (kind) {
+        case PageIcon::Text:
+            for (double y = 9.5; y < 20; y += 2.5)
+                line(y, y < 10 ? 13 : 17);
+            break;
+        case PageIcon::Mixed:
+            line(9.5, 13);
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(QColor(70, 130, 180));
+            painter.drawRect(QRectF(7.5, 11.5, 9.5, 6));
+            painter.setBrush(QColor(90, 160, 90));
+            painter.drawPolygon(QPolygonF({{7.5, 17.5}, {11, 13.5}, {14, 17.5}}));
+            painter.setPen(QPen(ink, 1.4));
+            line(19.5, 17);
+            break;
+        case PageIcon::CoverSheet:
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(QColor(70, 130, 180));
+            painter.drawRect(QRectF(7.5, 8.5, 9.5, 3.5));
+            painter.setPen(QPen(ink, 1.4));
+            line(14.5, 17);
+            line(17, 14);
+            break;
+        }
+        painter.end();
+        icon.addPixmap(pixmap);
+    }
+    return icon;
+}
+
+// Icons come from the desktop's theme, else from the fallback given.
+QAction *makeAction(QWidget *parent, const char *key, const char *iconName, const QIcon &fallback,
+                    const QKeySequence &shortcut = {})
+{
+    auto *action =
+        new QAction(QIcon::fromTheme(QLatin1String(iconName), fallback), FXText(key), parent);
     action->setObjectName(QLatin1String(key));
     if (!shortcut.isEmpty())
         action->setShortcut(shortcut);
@@ -49,6 +101,13 @@ QAction *makeAction(QWidget *parent, const char *key, const char *iconName,
                            : QStringLiteral("%1 (%2)").arg(
                                FXText(key), shortcut.toString(QKeySequence::NativeText)));
     return action;
+}
+
+QAction *makeAction(QWidget *parent, const char *key, const char *iconName,
+                    QStyle::StandardPixmap fallbackIcon, const QKeySequence &shortcut = {})
+{
+    return makeAction(parent, key, iconName, QApplication::style()->standardIcon(fallbackIcon),
+                      shortcut);
 }
 
 // The first local PDF among dropped URLs, or "".
@@ -79,14 +138,14 @@ FBMainWindow::FBMainWindow(QWidget *parent)
     deletePageAction = makeAction(this, "toolbar_delete_page", "edit-delete", QStyle::SP_TrashIcon,
                                   QKeySequence::Delete);
     coverSheetAction = makeAction(this, "toolbar_cover_sheet", "x-office-document",
-                                  QStyle::SP_FileDialogContentsView);
+                                  drawnPageIcon(PageIcon::CoverSheet));
     coverSheetAction->setCheckable(true);
     // The cover sheet window is not there yet.
     coverSheetAction->setEnabled(false);
     documentTypeTextItem =
-        makeAction(this, "document_type_text", "text-x-generic", QStyle::SP_FileDialogListView);
+        makeAction(this, "document_type_text", "text-x-generic", drawnPageIcon(PageIcon::Text));
     documentTypeMixedItem =
-        makeAction(this, "document_type_mixed", "image-x-generic", QStyle::SP_DesktopIcon);
+        makeAction(this, "document_type_mixed", "image-x-generic", drawnPageIcon(PageIcon::Mixed));
     auto *documentTypes = new QActionGroup(this);
     documentTypes->setExclusive(true);
     for (QAction *type : {documentTypeTextItem, documentTypeMixedItem}) {
