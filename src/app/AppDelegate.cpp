@@ -256,7 +256,8 @@ void AppDelegate::openFaxWindow(Sender sender)
     }
     _receiverNumbers.clear();
     m_undo->clear();
-    // A copy or a preparation still running belongs to the document that goes.
+    // Deliberately stopped: a copy or a preparation still running belongs to the document
+    // that goes, and would show its pages in the empty window.
     ++m_openSerial;
     ++m_preparationSerial;
     if (m_preparation)
@@ -444,8 +445,9 @@ void AppDelegate::processSFFForData()
 void AppDelegate::showPreparedDocument(const QString &path, int pageCount, quint64 serial,
                                        bool complete)
 {
-    // Pages shown earlier by this preparation stay as they are: the thumbnails already drawn,
-    // the scroll position and the chosen page.
+    // Deliberately, pages are shown while they are prepared, not only at the end. Pages shown
+    // earlier by this preparation stay as they are: the thumbnails already drawn, the scroll
+    // position and the chosen page; only the first showing scrolls to the top.
     const bool growing = m_shownPreparation == serial;
     const int scrolled = m_window->pdfView->verticalScrollBar()->value();
     const int current = m_window->collectionView->currentIndex().row();
@@ -661,8 +663,8 @@ void AppDelegate::draggingMovedPDFDocumentPagesAtIndexes(const QList<qsizetype> 
     const QByteArray originale = FXPDFGenerator::movePagesAtIndexes(
         indexes, toIndex, FXFaxFileManager::fileURLForOriginale());
     if (m_preparation && m_preparation->state() != QProcess::NotRunning) {
-        // The processed file is not complete yet: the pages are prepared again in their new
-        // order.
+        // Deliberately, the pages are prepared again in their new order: the processed file
+        // is not complete yet, and the running preparation would replace it in the old one.
         if (originale.isEmpty())
             return;
         editPages(FXText("move_pages"),
