@@ -347,11 +347,9 @@ void AppDelegate::processSFFForData()
 {
     if (!isAppConfigured() || m_documentPath.isEmpty())
         return;
-    if (m_preparation) {
-        m_preparation->disconnect(this);
+    // An older preparation ends through its finished handler, which throws its files away.
+    if (m_preparation)
         m_preparation->kill();
-        m_preparation->deleteLater();
-    }
     const quint64 serial = ++m_preparationSerial;
     m_window->sffProgressIndicator->show();
 
