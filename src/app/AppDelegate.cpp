@@ -416,7 +416,8 @@ void AppDelegate::processSFFForData()
                     m_window->document->close();
                     m_shownPreparation = 0;
                     m_window->statusPagesLabel->setText(pagesText(0));
-                    alert(FXText("plugin_error_header"), FXText("plugin_error_body"));
+                    alert(FXText("plugin_error_header"), FXText("plugin_error_body"),
+                          [] { MVPDFServices::openFaxonPluginURL(); });
                     Q_EMIT documentPrepared(0);
                     return;
                 }
