@@ -110,6 +110,21 @@ QAction *makeAction(QWidget *parent, const char *key, const char *iconName,
                       shortcut);
 }
 
+// A one-line label that ends a text too long for it with "…".
+class ElidingLabel : public QLabel
+{
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        const QRect area = contentsRect();
+        painter.setPen(
+            palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, foregroundRole()));
+        painter.drawText(area, Qt::AlignLeft | Qt::AlignVCenter,
+                         fontMetrics().elidedText(text(), Qt::ElideRight, area.width()));
+    }
+};
+
 // The first local PDF among dropped URLs, or "".
 QString droppedPdf(const QMimeData *data)
 {
@@ -185,17 +200,28 @@ FBMainWindow::FBMainWindow(QWidget *parent)
     progressLayout->setContentsMargins(6, 0, 6, 0);
     progressStatus = new QProgressBar;
     progressStatus->setRange(0, 0);
-    progressStatus->setMaximumWidth(120);
+    progressStatus->setMaximumWidth(80);
     progressStatus->setAccessibleName(FXText("sending_progress"));
-    progressLabelText = new QLabel;
+    progressLabelText = new ElidingLabel;
     progressLabelText->setObjectName(QStringLiteral("progressLabelText"));
-    progressLabelText->setMinimumWidth(240);
-    cancelButton = new QPushButton(FXText("cancel"));
+    // The slot is as wide as the receiver field: a long text is cut rather than pushing the
+    // send button out of the toolbar (the status line shows it whole).
+    progressLabelText->setMinimumWidth(60);
+    progressLabelText->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    // A stop sign, as in the progress rows of desktop applications, so that the slot is no
+    // wider than the receiver field.
+    cancelButton = new QPushButton(
+        QIcon::fromTheme(QStringLiteral("process-stop"),
+                         QApplication::style()->standardIcon(QStyle::SP_BrowserStop)),
+        QString());
     cancelButton->setObjectName(QStringLiteral("cancelButton"));
+    cancelButton->setFlat(true);
+    cancelButton->setAccessibleName(FXText("cancel_remaining_receivers"));
     cancelButton->setToolTip(FXText("cancel_remaining_receivers"));
     progressLayout->addWidget(progressStatus);
     progressLayout->addWidget(progressLabelText, 1);
     progressLayout->addWidget(cancelButton);
+    m_progressSlot->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     m_progressSlot->hide();
     auto *slot = new QWidget;
     auto *slotLayout = new QHBoxLayout(slot);
