@@ -52,6 +52,51 @@ QString prepareProgram;
 int prepareDeadlineMs = 10 * 60 * 1000;
 std::function<bool(const QString &, const QString &)> alertHook;
 
+QString preparationProgram()
+{
+    return prepareProgram.isEmpty() ? QCoreApplication::applicationFilePath() : prepareProgram;
+}
+
+QStringList preparationOptions(int type, int threshold)
+{
+    return {QStringLiteral("--type"), type == 0 ? QStringLiteral("text") : QStringLiteral("mixed"),
+            QStringLiteral("--threshold"), QString::number(threshold)};
+}
+
+// Deliberately, a fax job's pages are prepared by `faxolino prepare` as the preview's are, not
+// on the job's thread: the window's process
+// never renders, so it neither waits for Qt Pdf's lock while a job renders nor dies with a
+// document that crashes the renderer. Runs on the job's worker thread.
+FXFaxPageGenerator::Result prepareInHelper(const QByteArray &data, const QString &, int type,
+                                           int threshold, const QString &toPath)
+{
+    FXFaxPageGenerator::Result result;
+    QTemporaryFile input(QFileInfo(toPath).dir().filePath(QStringLiteral("_send-XXXXXX.pdf")));
+    if (!input.open() || input.write(data) != data.size() || !input.flush()) {
+        result.errorString = input.errorString();
+        return result;
+    }
+    QProcess process;
+    process.start(preparationProgram(),
+                  QStringList{QStringLiteral("prepare"), input.fileName(), toPath}
+                      + preparationOptions(type, threshold));
+    if (!process.waitForFinished(prepareDeadlineMs)) {
+        process.kill();
+        process.waitForFinished();
+        result.errorString = QStringLiteral("The page preparation did not end in time.");
+        return result;
+    }
+    bool counted = false;
+    const int pages = process.readAllStandardOutput().trimmed().toInt(&counted);
+    const bool ended = process.exitStatus() == QProcess::NormalExit;
+    result.readable = ended && process.exitCode() != 2;
+    result.written = ended && process.exitCode() == 0 && counted;
+    result.pageCount = result.written ? pages : 0;
+    if (!result.written)
+        result.errorString = QString::fromUtf8(process.readAllStandardError().trimmed().left(500));
+    return result;
+}
+
 QString pagesText(int count)
 {
     return QStringLiteral("%1 %2").arg(count).arg(FXText(count == 1 ? "page" : "pages"));
@@ -137,6 +182,7 @@ AppDelegate::AppDelegate(QObject *parent)
     , m_notifications(new FBNotificationCenter(this))
     , m_undo(new QUndoStack(this))
 {
+    FXFaxConnection::setPagePreparer(prepareInHelper);
     m_undo->setUndoLimit(50);
     m_window->addEditActions(m_undo->createUndoAction(m_window, FXText("menu_undo")),
                              m_undo->createRedoAction(m_window, FXText("menu_redo")));
@@ -177,6 +223,7 @@ AppDelegate::AppDelegate(QObject *parent)
 
 AppDelegate::~AppDelegate()
 {
+    FXFaxConnection::setPagePreparer({});
     if (m_preparation) {
         m_preparation->disconnect(this);
         m_preparation->kill();
@@ -361,13 +408,10 @@ void AppDelegate::processSFFForData()
     const QString preview = folder.filePath(QStringLiteral("_preview-%1-partial.pdf").arg(serial));
     auto *process = new QProcess(this);
     m_preparation = process;
-    process->setProgram(prepareProgram.isEmpty() ? QCoreApplication::applicationFilePath()
-                                                 : prepareProgram);
-    process->setArguments({QStringLiteral("prepare"), m_documentPath, output,
-                           QStringLiteral("--type"),
-                           _documentType == 0 ? QStringLiteral("text") : QStringLiteral("mixed"),
-                           QStringLiteral("--threshold"), QString::number(_documentTypeThreshold),
-                           QStringLiteral("--preview"), preview});
+    process->setProgram(preparationProgram());
+    process->setArguments(QStringList{QStringLiteral("prepare"), m_documentPath, output}
+                          + preparationOptions(_documentType, _documentTypeThreshold)
+                          + QStringList{QStringLiteral("--preview"), preview});
     process->setProcessChannelMode(QProcess::SeparateChannels);
     auto *deadline = new QTimer(process);
     deadline->setSingleShot(true);

@@ -28,6 +28,12 @@ namespace {
 
 int trafficInterval = FXFaxConnection::kTrafficIntervalMs;
 
+FXFaxConnection::PagePreparer &pagePreparer()
+{
+    static FXFaxConnection::PagePreparer preparer;
+    return preparer;
+}
+
 // The provider's status code. An answer without a usable one cannot be taken for a success:
 // it counts as the code the service layer uses for an answer that says nothing (-1).
 qint64 statusCodeOf(const XmlRpcValue &status)
@@ -61,6 +67,11 @@ FXFaxConnection::~FXFaxConnection()
     // Nobody is left to take the answers: the requests are aborted.
     for (const QPointer<VXRestConnection> &client : std::as_const(m_serviceClients))
         delete client.data();
+}
+
+void FXFaxConnection::setPagePreparer(PagePreparer preparer)
+{
+    pagePreparer() = std::move(preparer);
 }
 
 void FXFaxConnection::setTrafficIntervalMs(int ms)
@@ -164,7 +175,10 @@ void FXFaxConnection::startSendingFax()
             return;
         sendPreparedFax(watcher->result());
     });
-    watcher->setFuture(QtConcurrent::run([data, header, type, threshold] {
+    const PagePreparer prepare = pagePreparer() ? pagePreparer() : PagePreparer([](auto &&...args) {
+        return FXPDFGenerator::generatePDFWithData(args...);
+    });
+    watcher->setFuture(QtConcurrent::run([data, header, type, threshold, prepare] {
         PreparedFax prepared;
         // Jobs of one process (and the main window's preview) prepare pages at the same time:
         // each job's worker writes a file of its own beside the processed fax file and hands
@@ -176,8 +190,8 @@ void FXFaxConnection::startSendingFax()
             prepared.problem = processed.errorString();
             return prepared;
         }
-        const FXFaxPageGenerator::Result result = FXPDFGenerator::generatePDFWithData(
-            data, header, type, threshold, processed.fileName());
+        const FXFaxPageGenerator::Result result =
+            prepare(data, header, type, threshold, processed.fileName());
         prepared.pageCount = result.written ? result.pageCount : 0;
         prepared.problem = result.errorString;
         // The generator replaced the file: read it afresh by its name.

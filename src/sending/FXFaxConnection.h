@@ -1,5 +1,6 @@
 #pragma once
 
+#include "document/FXFaxPageGenerator.h"
 #include "journal/Connection.h"
 #include "journal/Fax.h"
 #include "provider/VXRestConnectionDelegate.h"
@@ -12,6 +13,8 @@
 #include <QPointer>
 #include <QString>
 #include <QVariantList>
+
+#include <functional>
 
 class FXFaxReportDelegate;
 class QTimer;
@@ -89,6 +92,15 @@ public:
     // The number in E.164 form ("+49301234567"), a national number read as one of `region`;
     // the empty string when libphonenumber cannot read it.
     static QString e164Number(const QString &number, const QString &region);
+
+    // What prepares a job's fax pages (see FXPDFGenerator::generatePDFWithData): the data, the
+    // header, the document type and threshold, and the file to write. It runs on a worker
+    // thread. By default the pages are prepared in this process; an application whose window
+    // must never wait for Qt Pdf, nor die with it, prepares them in a process of its own.
+    using PagePreparer =
+        std::function<FXFaxPageGenerator::Result(const QByteArray &data, const QString &header,
+                                                 int type, int threshold, const QString &toPath)>;
+    static void setPagePreparer(PagePreparer preparer);
 
     // Tests shorten the status timer; 0 or less restores the default.
     static void setTrafficIntervalMs(int ms);
