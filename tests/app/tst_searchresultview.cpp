@@ -1,8 +1,11 @@
+#include "app/ResultChildWindow.h"
 #include "app/SearchResultView.h"
+
+#include <QLineEdit>
 
 #include <QTest>
 
-// The drop-down's row geometry: rows by person block, the inverse hit test and the height.
+// The drop-down: its rows by person block, the inverse hit test, its height and placement.
 class TestSearchResultView : public QObject
 {
     Q_OBJECT
@@ -54,6 +57,39 @@ private Q_SLOTS:
         QCOMPARE(view.indexForPosition(QPoint(-1, 0)), -1);
         if (people.size() == 1) // the second row of a one-number block belongs to no entry
             QCOMPARE(view.indexForPosition(QPoint(150, 25)), -1);
+    }
+
+    // Under the field, 62 wider on each side; a list taller than 200 opens at 320; an empty
+    // one closes.
+    void dropDown_data()
+    {
+        QTest::addColumn<QString>("people");
+        QTest::addColumn<int>("height");
+        QTest::newRow("one person") << "a" << 40;
+        QTest::newRow("ten rows") << "abcde" << 200;
+        QTest::newRow("eleven single people") << "abcdefghijk" << 320;
+        QTest::newRow("nobody") << "" << 0;
+    }
+    void dropDown()
+    {
+        QFETCH(QString, people);
+        QFETCH(int, height);
+        QWidget window;
+        auto *field = new QLineEdit(&window);
+        field->setGeometry(100, 10, 300, 24);
+        window.show();
+        ResultChildWindow dropDown(field);
+        dropDown.searchResultView()->setPhoneEntries(entries(QStringLiteral("ab")));
+        dropDown.adjustFrameAndOrdering();
+        QVERIFY(dropDown.isVisible());
+        dropDown.searchResultView()->setPhoneEntries(entries(people));
+        dropDown.adjustFrameAndOrdering();
+        QCOMPARE(dropDown.isVisible(), height > 0);
+        if (height > 0) {
+            const QPoint below = field->mapToGlobal(QPoint(0, 24));
+            QCOMPARE(dropDown.geometry(), QRect(below.x() - 62, below.y(), 424, height));
+        }
+        QVERIFY(!dropDown.hasFocus());
     }
 
     // Clicks ask for the selection; a double click commits.
