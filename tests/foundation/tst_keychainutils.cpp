@@ -183,7 +183,8 @@ private Q_SLOTS:
         QVERIFY(!KeychainUtils::storeUsername(account, QStringLiteral("y"), service, QString(),
                                               true, &error));
         QVERIFY(error);
-        QVERIFY(timer.elapsed() < 5000);
+        // Well below D-Bus's own 25 s, whatever the machine's load.
+        QVERIFY(timer.elapsed() < 15000);
     }
 
     // No Secret Service: no bus at all, or a bus that accepts and never answers.
@@ -218,8 +219,9 @@ private Q_SLOTS:
         QElapsedTimer timer;
         timer.start();
         child.start(QCoreApplication::applicationFilePath(), {});
-        QTRY_VERIFY_WITH_TIMEOUT(child.state() == QProcess::NotRunning, 10000);
-        QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+        QTRY_VERIFY_WITH_TIMEOUT(child.state() == QProcess::NotRunning, 20000);
+        // The keychain's own limit, not D-Bus's 25 s, with room for a loaded machine.
+        QVERIFY2(timer.elapsed() < 15000, qPrintable(QString::number(timer.elapsed())));
         QCOMPARE(child.exitCode(), 0);
         QCOMPARE(child.readAllStandardOutput().trimmed(),
                  QByteArray::number(qint64(KeychainUtils::NotAvailable)));
