@@ -44,6 +44,7 @@
 #include <QtConcurrent>
 
 #include <cstdio>
+#include <limits>
 #include <memory>
 
 namespace {
@@ -146,16 +147,9 @@ std::unique_ptr<QTemporaryFile> snapshotOfOriginale()
     auto snapshot = std::make_unique<QTemporaryFile>(
         QDir(FXFaxFileManager::workingFolder()).filePath(QStringLiteral("_undo-XXXXXX.pdf")));
     QFile source(FXFaxFileManager::filePathForOriginale());
-    if (!snapshot->open() || !source.open(QIODevice::ReadOnly))
+    if (!snapshot->open() || !source.open(QIODevice::ReadOnly)
+        || !FBRegularFile::copy(&source, snapshot.get(), std::numeric_limits<qint64>::max()))
         return nullptr;
-    QByteArray chunk(1 << 20, Qt::Uninitialized);
-    for (;;) {
-        const qint64 count = source.read(chunk.data(), chunk.size());
-        if (count == 0)
-            break;
-        if (count < 0 || snapshot->write(chunk.constData(), count) != count)
-            return nullptr;
-    }
     return snapshot->flush() ? std::move(snapshot) : nullptr;
 }
 

@@ -182,13 +182,8 @@ int FBApplicationInstance::run(int argc, char *argv[])
 
     FBHeadlessDocumentTarget target;
     FBApplicationInstance instance(&target);
-    if (!instance.registerService(&error)) {
-        // Another instance may have claimed the name since we looked.
-        QString forwardError;
-        if (forward(*request, &forwardError))
-            return 0;
-        qCWarning(lcApp, "Running without the scripting service: %s", qUtf8Printable(error));
-    }
+    if (instance.registerOrForward(*request))
+        return 0;
     instance.perform(*request);
     instance.startSpoolWatcher();
     const int status = app.exec();
@@ -208,6 +203,18 @@ FBApplicationInstance::FBApplicationInstance(FBFaxDocumentTarget *target, QObjec
 bool FBApplicationInstance::registerService(QString *error)
 {
     return m_service->registerOn(QDBusConnection::sessionBus(), error);
+}
+
+bool FBApplicationInstance::registerOrForward(const Request &request)
+{
+    QString error;
+    if (registerService(&error))
+        return false;
+    QString forwardError;
+    if (forward(request, &forwardError))
+        return true;
+    qCWarning(lcApp, "Running without the scripting service: %s", qUtf8Printable(error));
+    return false;
 }
 
 void FBApplicationInstance::startSpoolWatcher()

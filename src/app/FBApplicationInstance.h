@@ -43,6 +43,9 @@ public:
 
     // Claims the service name; false when another instance owns it or there is no bus.
     bool registerService(QString *error = nullptr);
+    // Claims the service name, or hands the request to an instance that claimed it since we
+    // looked: true when it was handed over. Without the name, this one runs on all the same.
+    bool registerOrForward(const Request &request);
     void startSpoolWatcher();
     // Carries a request out here, as the service would for a forwarded one.
     void perform(const Request &request);

@@ -51,12 +51,8 @@ int FBDesktopApplication::run(int argc, char *argv[])
     FXFaxFileManager::removeStaleWorkingFolders();
     AppDelegate delegate;
     FBApplicationInstance instance(&delegate);
-    if (!instance.registerService(&error)) {
-        // Another instance may have claimed the name since we looked.
-        if (FBApplicationInstance::forward(forwarded, &error))
-            return 0;
-        qCWarning(lcApp, "Running without the scripting service: %s", qUtf8Printable(error));
-    }
+    if (instance.registerOrForward(forwarded))
+        return 0;
     delegate.applicationDidFinishLaunching();
     // The transmissions of earlier runs and other processes are followed from launch on.
     VXFaxSessionStateQueue poller(FXFaxReportStore::sharedInstance());

@@ -44,31 +44,43 @@ bool FBRegularFile::openForReading(const QString &path, QFile *file, QString *er
     return true;
 }
 
-bool FBRegularFile::copyInto(QIODevice *source, const QString &target, qint64 maxBytes,
-                             QString *error)
+bool FBRegularFile::copy(QIODevice *source, QIODevice *target, qint64 maxBytes, QString *error)
 {
     const auto fail = [error](const QString &reason) {
         if (error)
             *error = reason;
         return false;
     };
-    QSaveFile out(target);
-    if (!out.open(QIODevice::WriteOnly))
-        return fail(out.errorString());
     QByteArray chunk(1 << 20, Qt::Uninitialized);
     for (qint64 total = 0;;) {
         const qint64 count = source->read(chunk.data(), chunk.size());
         if (count < 0)
             return fail(source->errorString());
         if (count == 0)
-            break;
+            return true;
         total += count;
         if (total > maxBytes)
             return fail(QStringLiteral("larger than %1 bytes").arg(maxBytes));
-        if (out.write(chunk.constData(), count) != count)
-            return fail(out.errorString());
+        if (target->write(chunk.constData(), count) != count)
+            return fail(target->errorString());
     }
-    if (!out.commit())
-        return fail(out.errorString());
+}
+
+bool FBRegularFile::copyInto(QIODevice *source, const QString &target, qint64 maxBytes,
+                             QString *error)
+{
+    QSaveFile out(target);
+    if (!out.open(QIODevice::WriteOnly)) {
+        if (error)
+            *error = out.errorString();
+        return false;
+    }
+    if (!copy(source, &out, maxBytes, error))
+        return false;
+    if (!out.commit()) {
+        if (error)
+            *error = out.errorString();
+        return false;
+    }
     return true;
 }

@@ -18,6 +18,10 @@ public:
     // it cannot be opened or is no regular file.
     static bool openForReading(const QString &path, QFile *file, QString *error = nullptr);
 
+    // Copies what is left of the source onto the target device in pieces, refusing a source
+    // longer than maxBytes.
+    static bool copy(QIODevice *source, QIODevice *target, qint64 maxBytes,
+                     QString *error = nullptr);
     // Copies what is left of the source into target in pieces, replacing it only when the
     // whole copy is written. A source longer than maxBytes is refused. Safe on any thread that
     // alone reads the source.

@@ -202,18 +202,6 @@ private Q_SLOTS:
         QVERIFY(controller()->managedObjectContext());
     }
 
-    void missingModelIsLoggedOnEveryRequest()
-    {
-        reopen();
-        controller()->setManagedObjectModel(FXManagedObjectModel());
-        LogCapture log;
-        QCOMPARE(controller()->managedObjectContext(), nullptr);
-        QCOMPARE(controller()->managedObjectContext(), nullptr);
-        QCOMPARE(log.count("FXCoreDataController:persistentStoreCoordinator No model to generate "
-                           "a store from"),
-                 2);
-    }
-
     void everyAttributeSurvivesReopening_data()
     {
         QTest::addColumn<bool>("onConnection");
