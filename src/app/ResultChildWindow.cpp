@@ -8,7 +8,7 @@
 #include <QVBoxLayout>
 
 ResultChildWindow::ResultChildWindow(QWidget *controlView)
-    : QWidget(controlView, Qt::ToolTip | Qt::FramelessWindowHint)
+    : QWidget(controlView, Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus)
     , m_controlView(controlView)
     , m_scrollArea(new QScrollArea(this))
     , m_resultView(new SearchResultView)
@@ -70,12 +70,23 @@ void ResultChildWindow::adjustFrameAndOrdering()
     }
 }
 
+void ResultChildWindow::scrollToIndex(int index)
+{
+    const QRect row = m_resultView->rectForIndex(index);
+    if (row.isValid())
+        m_scrollArea->ensureVisible(0, row.center().y(), 0, row.height() / 2);
+}
+
 bool ResultChildWindow::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == m_parentWindow && isVisible()
         && (event->type() == QEvent::Move || event->type() == QEvent::Resize))
         adjustFrameAndOrdering();
-    if (watched == m_parentWindow && event->type() == QEvent::Hide)
+    // Not over other programs' windows: it goes with its window's activation.
+    if (watched == m_parentWindow
+        && (event->type() == QEvent::Hide || event->type() == QEvent::WindowDeactivate))
         hide();
+    if (watched == m_parentWindow && event->type() == QEvent::WindowActivate)
+        adjustFrameAndOrdering();
     return QWidget::eventFilter(watched, event);
 }

@@ -31,6 +31,8 @@ public:
     // Shows the drop-down at the list's height (or openHeight), or hides it when the list is
     // empty. Run whenever the list changes.
     void adjustFrameAndOrdering();
+    // Scrolls the list so that the entry's row is seen.
+    void scrollToIndex(int index);
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;

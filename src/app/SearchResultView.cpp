@@ -109,7 +109,12 @@ void SearchResultView::paintEvent(QPaintEvent *event)
     QPainter painter(this);
     painter.fillRect(event->rect(), palette().color(QPalette::Base));
     const int textLeft = margin * 2 + pictureSize;
-    for (int index = 0; index < m_phoneEntries.size(); ++index) {
+    // From the first row that reaches into the exposed part: a block's picture and its
+    // one-number second row hang two rows below the block's first row.
+    const int first = int(std::lower_bound(m_rowTops.cbegin(), m_rowTops.cend(),
+                                           event->rect().top() - 2 * rowHeight + 1)
+                          - m_rowTops.cbegin());
+    for (int index = first; index < m_phoneEntries.size(); ++index) {
         const QRect row = rectForIndex(index);
         if (row.top() > event->rect().bottom())
             break;
