@@ -5,6 +5,8 @@
 #include "app/FBPageThumbnailModel.h"
 #include "app/FBPopover.h"
 #include "app/MVPDFServices.h"
+#include "app/PhoneEntriesController.h"
+#include "app/TokenSearchField.h"
 #include "cli/CommandSupport.h"
 #include "document/FXPDFGenerator.h"
 #include "foundation/FBLocalization.h"
@@ -13,12 +15,15 @@
 #include "foundation/FXFaxFileManager.h"
 #include "foundation/FXLogging.h"
 #include "recipients/FXPhoneNumber.h"
+#include "recipients/FXRecipientSearch.h"
+#include "recipients/PhoneBook.h"
 #include "sending/FXAccountCheck.h"
 #include "sending/FXFaxConnection.h"
 #include "sending/FXReceiverCheck.h"
 
 #include <QAction>
 #include <QApplication>
+#include <QClipboard>
 #include <QDesktopServices>
 #include <QDir>
 #include <QFile>
@@ -29,6 +34,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPdfDocument>
 #include <QPdfView>
@@ -174,6 +180,7 @@ AppDelegate::AppDelegate(QObject *parent)
     : QObject(parent)
     , m_window(new FBMainWindow)
     , m_notifications(new FBNotificationCenter(this))
+    , m_phoneEntries(new PhoneEntriesController(this))
     , m_undo(new QUndoStack(this))
 {
     FXFaxConnection::setPagePreparer(prepareInHelper);
@@ -192,13 +199,15 @@ AppDelegate::AppDelegate(QObject *parent)
     connect(m_window->addPageAction, &QAction::triggered, this, &AppDelegate::addPage);
     connect(m_window->deletePageAction, &QAction::triggered, this, &AppDelegate::deletePage);
     connect(m_window->sendAction, &QAction::triggered, this, &AppDelegate::sendFax);
-    connect(m_window->receiverField, &QLineEdit::returnPressed, this, &AppDelegate::sendFax);
+    m_window->receiverField->setDelegate(this);
+    connect(m_window->receiverField, &TokenSearchField::action, this, &AppDelegate::sendFax);
     connect(m_window->cancelButton, &QPushButton::clicked, this, [this] {
         if (m_connection)
             m_connection->cancelRemainingReceivers();
         m_window->cancelButton->setEnabled(false);
     });
-    connect(m_window->receiverField, &QLineEdit::textChanged, this, &AppDelegate::updateActions);
+    connect(m_window->receiverField, &TokenSearchField::valueChanged, this,
+            &AppDelegate::updateActions);
     connect(m_window->extendedToolbarAction, &QAction::toggled, this, [this](bool extended) {
         FBUserDefaults::setObject(extended, kShowExtendedToolbarKey);
         FBUserDefaults::synchronize();
@@ -217,6 +226,7 @@ AppDelegate::AppDelegate(QObject *parent)
 
 AppDelegate::~AppDelegate()
 {
+    m_window->receiverField->setDelegate(nullptr);
     FXFaxConnection::setPagePreparer({});
     if (m_preparation) {
         m_preparation->disconnect(this);
@@ -235,6 +245,7 @@ void AppDelegate::applicationDidFinishLaunching()
     m_window->documentTypeTextItem->setChecked(true);
     m_window->setExtendedToolbar(FBUserDefaults::boolForKey(kShowExtendedToolbarKey));
     if (isAppConfigured()) {
+        setupPhoneTokens();
         openFaxWindow(Sender::Menu);
     } else {
         openFaxWindow(Sender::Controller);
@@ -259,7 +270,7 @@ void AppDelegate::newFaxForFile(const QString &path, const QString &toNumber)
     processFaxFileForPath(path, true);
     if (!toNumber.isEmpty()) {
         destinationNumber = toNumber;
-        m_window->receiverField->setText(toNumber);
+        m_window->receiverField->setObjectValue({toNumber});
     }
 }
 
@@ -285,7 +296,8 @@ void AppDelegate::activate()
 void AppDelegate::openFaxWindowWithNumber(const QString &number)
 {
     destinationNumber = number;
-    m_window->receiverField->setText(number);
+    // The number is shown as a receiver, not searched for as if typed.
+    m_window->receiverField->setObjectValue({number});
     openFaxWindow(Sender::None);
 }
 
@@ -293,7 +305,7 @@ void AppDelegate::openFaxWindow(Sender sender)
 {
     if (sender != Sender::None) {
         destinationNumber.clear();
-        m_window->receiverField->clear();
+        m_window->receiverField->setObjectValue({});
     }
     _receiverNumbers.clear();
     m_undo->clear();
@@ -518,17 +530,6 @@ void AppDelegate::changeDocumentType(int documentType)
         processSFFForData();
 }
 
-QVariantList AppDelegate::receiverTokens() const
-{
-    QVariantList tokens;
-    for (const QString &part : m_window->receiverField->text().split(QLatin1Char(','))) {
-        const QString number = part.trimmed();
-        if (!number.isEmpty())
-            tokens.append(number);
-    }
-    return tokens;
-}
-
 void AppDelegate::sendFax()
 {
     if (m_window->document->status() != QPdfDocument::Status::Ready
@@ -536,13 +537,22 @@ void AppDelegate::sendFax()
         alert(FXText("error_empty_document_title"), FXText("error_empty_document"));
         return;
     }
-    const QVariantList tokens = receiverTokens();
+    QVariantList tokens = m_window->receiverField->objectValue();
     if (tokens.isEmpty()) {
         alert(FXText("error"), FXText("error_empty_number"));
         return;
     }
-    // A typed text that is no number ("Person 1") is never sent to the digits it holds.
-    for (const QVariant &token : tokens) {
+    for (QVariant &token : tokens) {
+        if (token.typeId() != QMetaType::QString)
+            continue;
+        // Deliberately resolved: after an address book change the field may name an entry by
+        // its uniqueID in a text token, which is no number to dial.
+        if (const PhoneBookEntryPtr entry =
+                PhoneBook::sharedInstance()->entryForUniqueID(token.toString())) {
+            token = TokenSearchField::tokenForEntry(*entry);
+            continue;
+        }
+        // A typed text that is no number ("Person 1") is never sent to the digits it holds.
         const FXReceiverCheck::Result checked =
             FXReceiverCheck::check(token.toString(), {}, FXPhoneNumber::region());
         if (checked.kind == FXReceiverCheck::Result::Refused) {
@@ -591,7 +601,16 @@ QString AppDelegate::currentReceiverPhoneName() const
     if (_receiverNumbers.isEmpty())
         return QString();
     const QVariant &first = _receiverNumbers.first();
-    return first.typeId() == QMetaType::QString ? first.toString() : QString();
+    if (first.typeId() == QMetaType::QString)
+        return first.toString();
+    if (first.typeId() != QMetaType::QVariantMap)
+        return QString();
+    const QVariantMap token = first.toMap();
+    if (const PhoneBookEntryPtr entry = PhoneBook::sharedInstance()->entryForUniqueID(
+            token.value(QStringLiteral("uniqueID")).toString()))
+        return entry->displayString();
+    // Deliberately the number when the person has left the address book meanwhile.
+    return token.value(QStringLiteral("unifiedPhoneNumber")).toString();
 }
 
 void AppDelegate::errorWithMessage(const QString &message)
@@ -802,7 +821,8 @@ void AppDelegate::updateActions()
     const bool hasDocument = m_window->document->status() == QPdfDocument::Status::Ready
                              && m_window->document->pageCount() > 0;
     m_window->deletePageAction->setEnabled(!sending && m_window->document->pageCount() >= 2);
-    m_window->sendAction->setEnabled(!sending && hasDocument && !receiverTokens().isEmpty());
+    m_window->sendAction->setEnabled(!sending && hasDocument
+                                     && !m_window->receiverField->objectValue().isEmpty());
 }
 
 // A window-modal alert. With onDefault, it offers "refresh" (the default) and "cancel".
@@ -829,4 +849,123 @@ void AppDelegate::alert(const QString &title, const QString &text,
         box->addButton(QMessageBox::Ok);
     }
     box->open();
+}
+
+void AppDelegate::setupPhoneTokens()
+{
+    PhoneBook *book = PhoneBook::sharedInstance();
+    if (!_isBound)
+        connect(book, &PhoneBook::PhoneBookDidChangeNotification, this,
+                &AppDelegate::phoneBookDidChange);
+    _isBound = true;
+    m_window->receiverField->setResultsController(m_phoneEntries);
+    m_window->receiverField->setObjectValue({});
+    m_phoneEntries->setContent(book->allEntries());
+}
+
+void AppDelegate::phoneBookDidChange(PhoneBook *phoneBook)
+{
+    TokenSearchField *field = m_window->receiverField;
+    // The list is the phone book's, in its new state; a search being typed runs again.
+    m_phoneEntries->setContent(phoneBook->allEntries());
+    // Deliberately the chips only: the text being typed is left alone while the address
+    // book changes.
+    const QVariantList tokens = field->tokens();
+    const PhoneBookEntryPtr entry =
+        tokens.isEmpty() ? nullptr : phoneBook->entryForNumber(tokens.first());
+    if (entry)
+        field->setTokens({entry->uniqueID()});
+    else
+        field->setTokens(tokens); // drawn again from the new phone book
+    if (!field->editedText().isEmpty())
+        field->textDidChange();
+}
+
+QVariant AppDelegate::representedObjectForEditingString(TokenSearchField *,
+                                                        const QString &editingString)
+{
+    return editingString;
+}
+
+QString AppDelegate::displayStringForRepresentedObject(TokenSearchField *,
+                                                       const QVariant &representedObject)
+{
+    const bool isEntry = representedObject.typeId() == QMetaType::QVariantMap;
+    const QVariantMap token = representedObject.toMap();
+    const QString uniqueID =
+        isEntry ? token.value(QStringLiteral("uniqueID")).toString() : representedObject.toString();
+    if (const PhoneBookEntryPtr entry = PhoneBook::sharedInstance()->entryForUniqueID(uniqueID))
+        return entry->displayStringName();
+    // Deliberately the number of an entry that has left the address book rather than the
+    // map itself.
+    return isEntry ? token.value(QStringLiteral("unifiedPhoneNumber")).toString()
+                   : representedObject.toString();
+}
+
+bool AppDelegate::hasMenuForRepresentedObject(TokenSearchField *, const QVariant &representedObject)
+{
+    return representedObject.typeId() == QMetaType::QVariantMap;
+}
+
+QMenu *AppDelegate::menuForRepresentedObject(TokenSearchField *tokenField,
+                                             const QVariant &representedObject)
+{
+    auto *menu = new QMenu(QStringLiteral("TokenMenu"), tokenField);
+    menu->setObjectName(QStringLiteral("TokenMenu"));
+    PhoneBook *book = PhoneBook::sharedInstance();
+    const QString uniqueID = representedObject.toMap().value(QStringLiteral("uniqueID")).toString();
+    if (const PhoneBookEntryPtr entry = book->entryForUniqueID(uniqueID)) {
+        const QList<PhoneBookEntryPtr> numbers =
+            book->filteredEntriesUsingPredicate(FXPredicate::comparison(
+                QStringLiteral("ABRecordID"), QStringLiteral("="), entry->ABRecordID()));
+        const QVariantList tokens = tokenField->objectValue();
+        for (const PhoneBookEntryPtr &number : numbers) {
+            QAction *item = menu->addAction(number->phoneString());
+            item->setCheckable(true);
+            item->setChecked(std::any_of(tokens.cbegin(), tokens.cend(), [&](const QVariant &t) {
+                const QVariantMap map = t.toMap();
+                return map.value(QStringLiteral("ABRecordID")).toString() == number->ABRecordID()
+                       && map.value(QStringLiteral("uniqueID")).toString() == number->uniqueID();
+            }));
+            item->setData(number->uniqueID());
+            connect(item, &QAction::triggered, this, [this, item] { changeNumber(item); });
+        }
+    }
+    const QString unified = FXPhoneNumber::unifiedPhoneNumber(QGuiApplication::clipboard()->text());
+    if (!unified.isEmpty() && unified.size() <= 24) {
+        menu->addSeparator();
+        QAction *item = menu->addAction(QStringLiteral("%1 %2").arg(FXText("clipboard"), unified));
+        item->setObjectName(QStringLiteral("insertPasteboard"));
+        item->setData(unified);
+        connect(item, &QAction::triggered, this, [this, item] { insertPasteboard(item); });
+    }
+    return menu;
+}
+
+FXPredicate AppDelegate::searchPredicateForSearchString(const QString &searchString)
+{
+    return FXRecipientSearch::searchPredicateForSearchString(searchString);
+}
+
+void AppDelegate::tokenAdded(const QVariant &)
+{}
+
+void AppDelegate::changeNumber(QAction *sender)
+{
+    const PhoneBookEntryPtr chosen =
+        PhoneBook::sharedInstance()->entryForUniqueID(sender->data().toString());
+    if (!chosen)
+        return;
+    QVariantList tokens = m_window->receiverField->objectValue();
+    for (QVariant &token : tokens) {
+        if (token.toMap().value(QStringLiteral("ABRecordID")).toString() == chosen->ABRecordID())
+            token = TokenSearchField::tokenForEntry(*chosen);
+    }
+    m_window->receiverField->setObjectValue(tokens);
+}
+
+void AppDelegate::insertPasteboard(QAction *sender)
+{
+    m_window->receiverField->setStringValue(sender->data().toString());
+    m_window->receiverField->setFocus();
 }

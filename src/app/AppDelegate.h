@@ -2,6 +2,7 @@
 
 #include "app/FBFaxDocumentTarget.h"
 #include "app/FBPopover.h"
+#include "app/TokenSearchField.h"
 #include "sending/FXFaxConnectionDelegate.h"
 
 #include <QObject>
@@ -13,6 +14,8 @@
 
 class FBMainWindow;
 class FBNotificationCenter;
+class PhoneBook;
+class PhoneEntriesController;
 
 class FXFaxConnection;
 class QProcess;
@@ -21,7 +24,10 @@ class QUndoStack;
 // The desktop application's controller: it owns the main fax window, accepts documents (the
 // command line, D-Bus, the print queue's spool, drag and drop), prepares the fax pages in the
 // background, edits the pages, and starts and follows a send.
-class AppDelegate : public QObject, public FBFaxDocumentTarget, public FXFaxConnectionDelegate
+class AppDelegate : public QObject,
+                    public FBFaxDocumentTarget,
+                    public FXFaxConnectionDelegate,
+                    public TokenSearchFieldDelegate
 {
     Q_OBJECT
 
@@ -78,6 +84,26 @@ public:
                          const QString &errorReasonTitle, const Fax &forFax) override;
     void sendingAllFaxCompleted(FXFaxConnection *connection) override;
 
+    // The recipient field searches the phone book and shows its names.
+    void setupPhoneTokens();
+    void phoneBookDidChange(PhoneBook *phoneBook);
+    PhoneEntriesController *phoneEntriesController() const { return m_phoneEntries; }
+
+    // TokenSearchFieldDelegate
+    QVariant representedObjectForEditingString(TokenSearchField *tokenField,
+                                               const QString &editingString) override;
+    QString displayStringForRepresentedObject(TokenSearchField *tokenField,
+                                              const QVariant &representedObject) override;
+    bool hasMenuForRepresentedObject(TokenSearchField *tokenField,
+                                     const QVariant &representedObject) override;
+    QMenu *menuForRepresentedObject(TokenSearchField *tokenField,
+                                    const QVariant &representedObject) override;
+    FXPredicate searchPredicateForSearchString(const QString &searchString) override;
+    void tokenAdded(const QVariant &token) override;
+    // Menu items of a receiver: another number of the person, the number on the clipboard.
+    void changeNumber(QAction *sender);
+    void insertPasteboard(QAction *sender);
+
     FBMainWindow *mainWindow() const { return m_window; }
     QUndoStack *undoStack() const { return m_undo; }
     QString destinationNumber;
@@ -90,8 +116,6 @@ Q_SIGNALS:
     void sendFinished(int state);
 
 private:
-    // The receiver tokens of the plain field: comma-separated numbers, each a text token.
-    QVariantList receiverTokens() const;
     void alert(const QString &title, const QString &text,
                const std::function<void()> &onDefault = {});
     void showPreparedDocument(const QString &path, int pageCount, quint64 serial, bool complete);
@@ -109,6 +133,7 @@ private:
     int _lastState = 0;
     bool _hasCoverSheet = false;
     bool _didLaunch = false;
+    bool _isBound = false;
     QVariantList _receiverNumbers;
     QString m_documentPath;
     QPointer<QProcess> m_preparation;
@@ -117,6 +142,7 @@ private:
     quint64 m_shownPreparation = 0; // whose pages the window shows
     FXFaxConnection *m_connection = nullptr;
     FBNotificationCenter *m_notifications;
+    PhoneEntriesController *m_phoneEntries;
     QUndoStack *m_undo;
     QPointer<FBPopover> m_popup;
     QString m_reportName; // of the fax that ended last

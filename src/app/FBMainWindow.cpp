@@ -1,6 +1,7 @@
 #include "app/FBMainWindow.h"
 
 #include "app/FBPageThumbnailModel.h"
+#include "app/TokenSearchField.h"
 #include "foundation/FBLocalization.h"
 
 #include <QAction>
@@ -188,11 +189,11 @@ FBMainWindow::FBMainWindow(QWidget *parent)
     m_receiverSlot = new QWidget;
     auto *receiverLayout = new QHBoxLayout(m_receiverSlot);
     receiverLayout->setContentsMargins(6, 0, 6, 0);
-    receiverField = new QLineEdit;
+    receiverField = new TokenSearchField;
     receiverField->setObjectName(QStringLiteral("receiverField"));
     receiverField->setPlaceholderText(FXText("receiver"));
     receiverField->setAccessibleName(FXText("receiver"));
-    receiverField->setClearButtonEnabled(true);
+    receiverField->editor()->setAccessibleName(FXText("receiver"));
     receiverField->setMinimumWidth(200);
     receiverLayout->addWidget(receiverField);
     m_progressSlot = new QWidget;

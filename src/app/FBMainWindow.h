@@ -15,6 +15,7 @@ class QSplitter;
 class QToolBar;
 class QWidgetAction;
 class FBPageThumbnailModel;
+class TokenSearchField;
 
 // The main fax window: the toolbar, the page thumbnails on the left, the preview of the fax
 // pages as they will be sent on the right, and the status line. It holds the widgets; the
@@ -44,7 +45,7 @@ public:
     QAction *extendedToolbarAction;
 
     // The recipient slot shows either the receiver field or, while sending, the progress.
-    QLineEdit *receiverField;
+    TokenSearchField *receiverField;
     QLabel *progressLabelText;
     QProgressBar *progressStatus;
     // Lets the running transmission finish and starts no further receiver.

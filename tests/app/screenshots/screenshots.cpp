@@ -1,13 +1,17 @@
 // Renders the main window as a user sees it, in English and German, into PNG files: empty,
-// with the sample letter, and while sending. Run by `make screenshots` under Xvfb inside the
-// tests' isolated session (a keyring for the account, the provider simulator for the balance).
+// searching the address book for a receiver, with the sample letter, and while sending. Run by
+// `make screenshots` under Xvfb inside the tests' isolated session (a keyring for the account, the
+// provider simulator for the balance).
 #include "ProviderSimulator.h"
 #include "TestEnvironment.h"
 #include "app/AppDelegate.h"
 #include "app/FBMainWindow.h"
+#include "app/TokenSearchField.h"
 #include "foundation/FBAccountCredentials.h"
 #include "foundation/FBLocalization.h"
 #include "foundation/FBUserDefaults.h"
+#include "recipients/FXAddressBook.h"
+#include "recipients/PhoneBook.h"
 
 #include <QApplication>
 #include <QDir>
@@ -29,6 +33,24 @@ bool save(QWidget *window, const QString &path)
     return saved;
 }
 
+// A small address book: the people a search for "An" finds, and one more.
+bool writeContacts(const QString &folder)
+{
+    QDir().mkpath(folder);
+    QFile file(folder + QStringLiteral("/contacts.vcf"));
+    return file.open(QIODevice::WriteOnly)
+           && file.write("BEGIN:VCARD\r\nVERSION:3.0\r\nUID:anna\r\nN:Berg;Anna;;;\r\n"
+                         "TEL;TYPE=CELL:0171 5550001\r\nTEL;TYPE=WORK:030 5550002\r\n"
+                         "TEL;TYPE=WORK,FAX:030 5550009\r\nEND:VCARD\r\n"
+                         "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:andreas\r\nN:Wolf;Andreas;;;\r\n"
+                         "TEL;TYPE=WORK:089 5550004\r\nEND:VCARD\r\n"
+                         "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:kanzlei\r\nORG:Kanzlei Anders\r\n"
+                         "X-ABShowAs:COMPANY\r\nTEL;TYPE=WORK,FAX:040 5550005\r\nEND:VCARD\r\n"
+                         "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:bodo\r\nN:Roth;Bodo;;;\r\n"
+                         "TEL;TYPE=HOME:0911 5550006\r\nEND:VCARD\r\n")
+                  > 0;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -46,6 +68,11 @@ int main(int argc, char *argv[])
     FBUserDefaults::setObject(QStringLiteral("demo"), kUsernameKey);
     FBUserDefaults::setObject(true, kShowExtendedToolbarKey);
     AppDelegate::setPrepareProgram(TestEnvironment::binDir() + QStringLiteral("/faxolino"));
+    FXAddressBook::setSystemAddressBookEnabled(false);
+    const QString contacts = TestEnvironment::root() + QStringLiteral("/contacts");
+    if (!writeContacts(contacts))
+        return 1;
+    FBUserDefaults::setObject(QStringList{contacts}, kVCardSourcesKey);
     const QString letter =
         TestEnvironment::sourceDir() + QStringLiteral("/resources/demo/letter.pdf");
 
@@ -63,11 +90,24 @@ int main(int argc, char *argv[])
         QSignalSpy prepared(&delegate, &AppDelegate::documentPrepared);
         delegate.openFile(letter);
         ok &= prepared.wait(60000);
-        window->receiverField->setText(QStringLiteral("+49 30 5550001, +49 89 5550002"));
+        // Searching: "An" finds three people, and the first is chosen.
+        TokenSearchField *field = window->receiverField;
+        field->setObjectValue({});
+        field->editor()->setFocus();
+        QTest::keyClicks(field->editor(), QStringLiteral("An"));
+        ok &= save(window, QStringLiteral("%1/main-search-%2.png").arg(folder, language));
+
+        // Two receivers from the address book and a typed number.
+        PhoneBook *book = PhoneBook::sharedInstance();
+        field->setObjectValue(
+            {TokenSearchField::tokenForEntry(*book->entryForNumber(QStringLiteral("030 5550009"))),
+             TokenSearchField::tokenForEntry(*book->entryForNumber(QStringLiteral("040 5550005"))),
+             QStringLiteral("+49 89 5550002")});
+        window->focusSendButton();
         ok &= save(window, QStringLiteral("%1/main-letter-%2.png").arg(folder, language));
 
         // While sending (to the simulator).
-        window->receiverField->setText(QStringLiteral("+49 30 5550001"));
+        field->setObjectValue({QStringLiteral("+49 30 5550001")});
         QSignalSpy finished(&delegate, &AppDelegate::sendFinished);
         delegate.sendFax();
         ok &= save(window, QStringLiteral("%1/main-sending-%2.png").arg(folder, language));
