@@ -3,9 +3,34 @@
 #include "app/SearchResultView.h"
 
 #include <QEvent>
+#include <QPainter>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
+
+namespace {
+
+// A thin line round the list, drawn over it, so that the drop-down stands apart from a white
+// page behind it without taking a pixel from the rows.
+class Outline : public QWidget
+{
+public:
+    explicit Outline(QWidget *parent)
+        : QWidget(parent)
+    {
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+    }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        painter.setPen(palette().color(QPalette::Mid));
+        painter.drawRect(rect().adjusted(0, 0, -1, -1));
+    }
+};
+
+} // namespace
 
 ResultChildWindow::ResultChildWindow(QWidget *controlView)
     : QWidget(controlView, Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus)
@@ -29,6 +54,7 @@ ResultChildWindow::ResultChildWindow(QWidget *controlView)
     // As low as one row: the list's height decides.
     m_scrollArea->setMinimumSize(1, 1);
     layout->addWidget(m_scrollArea);
+    m_outline = new Outline(this);
     resize(width(), SearchResultView::rowHeight);
     // The field's window: the drop-down moves and resizes with it.
     m_parentWindow = controlView->window();
@@ -58,6 +84,8 @@ void ResultChildWindow::adjustFrameAndOrdering()
     if (height > 0 && m_controlView->isVisible()) {
         const QRect frame = frameForView(m_controlView, height);
         setGeometry(frame);
+        m_outline->setGeometry(rect());
+        m_outline->raise();
         const int scrollBar = m_resultView->desiredHeight() > height
                                   ? m_scrollArea->verticalScrollBar()->sizeHint().width()
                                   : 0;

@@ -42,4 +42,5 @@ private:
     QPointer<QWidget> m_parentWindow;
     QScrollArea *m_scrollArea;
     SearchResultView *m_resultView;
+    QWidget *m_outline;
 };

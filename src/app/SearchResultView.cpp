@@ -120,8 +120,12 @@ void SearchResultView::paintEvent(QPaintEvent *event)
             break;
         const PhoneBookEntry &entry = *m_phoneEntries.at(index);
         const bool selected = m_selectionIndexes.contains(index);
+        const bool single = startsPersonBlock(index)
+                            && (index + 1 == m_phoneEntries.size() || startsPersonBlock(index + 1));
+        // A one-number person's entry is both rows of the block, under the picture.
         if (selected)
-            painter.fillRect(row, palette().color(QPalette::Highlight));
+            painter.fillRect(single ? row.adjusted(0, 0, 0, rowHeight) : row,
+                             palette().color(QPalette::Highlight));
         const QColor text = palette().color(selected ? QPalette::HighlightedText : QPalette::Text);
         const QColor quiet = selected ? text : palette().color(QPalette::Disabled, QPalette::Text);
         if (startsPersonBlock(index)) {
@@ -140,27 +144,31 @@ void SearchResultView::paintEvent(QPaintEvent *event)
                              QFontMetrics(bold).elidedText(personName(entry), Qt::ElideRight,
                                                            width() / 2 - textLeft));
             painter.setFont(font());
-            const bool single = index + 1 == m_phoneEntries.size() || startsPersonBlock(index + 1);
             if (single) {
                 // The number goes on the block's second row.
-                const QRect second = row.translated(0, rowHeight);
-                if (selected)
-                    painter.fillRect(second, palette().color(QPalette::Highlight));
-                painter.setPen(quiet);
-                painter.drawText(second.adjusted(textLeft, 0, -margin, 0),
-                                 Qt::AlignLeft | Qt::AlignVCenter, entry.phoneLabel());
-                painter.setPen(text);
-                painter.drawText(second.adjusted(textLeft, 0, -margin, 0),
-                                 Qt::AlignRight | Qt::AlignVCenter, entry.phoneNumber());
+                drawLabelAndNumber(painter,
+                                   row.translated(0, rowHeight).adjusted(textLeft, 0, -margin, 0),
+                                   entry, quiet, text);
                 continue;
             }
         }
-        const QRect right = row.adjusted(width() / 2, 0, -margin, 0);
-        painter.setPen(quiet);
-        painter.drawText(right, Qt::AlignLeft | Qt::AlignVCenter, entry.phoneLabel());
-        painter.setPen(text);
-        painter.drawText(right, Qt::AlignRight | Qt::AlignVCenter, entry.phoneNumber());
+        drawLabelAndNumber(painter, row.adjusted(width() / 2, 0, -margin, 0), entry, quiet, text);
     }
+}
+
+// The number at the right end, whole; the label before it, cut short where they would meet.
+void SearchResultView::drawLabelAndNumber(QPainter &painter, const QRect &area,
+                                          const PhoneBookEntry &entry, const QColor &labelColor,
+                                          const QColor &numberColor) const
+{
+    const QFontMetrics metrics = fontMetrics();
+    const int labelWidth = area.width() - metrics.horizontalAdvance(entry.phoneNumber()) - margin;
+    painter.setPen(labelColor);
+    painter.drawText(
+        area, Qt::AlignLeft | Qt::AlignVCenter,
+        metrics.elidedText(entry.phoneLabel(), Qt::ElideRight, std::max(labelWidth, 0)));
+    painter.setPen(numberColor);
+    painter.drawText(area, Qt::AlignRight | Qt::AlignVCenter, entry.phoneNumber());
 }
 
 void SearchResultView::mousePressEvent(QMouseEvent *event)

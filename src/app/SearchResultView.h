@@ -5,6 +5,8 @@
 #include <QList>
 #include <QWidget>
 
+class QPainter;
+
 // The list inside the recipient field's drop-down: the matching phone book entries, grouped
 // by person. Every row is 20 pixels high; a person's block has a row per number and at least
 // two rows, so that a person with one number shows name and number beneath the picture.
@@ -44,6 +46,8 @@ protected:
 
 private:
     bool startsPersonBlock(int index) const;
+    void drawLabelAndNumber(QPainter &painter, const QRect &area, const PhoneBookEntry &entry,
+                            const QColor &labelColor, const QColor &numberColor) const;
     // The y of every entry's row, in entry order.
     void layoutRows();
 
