@@ -947,6 +947,11 @@ FXPredicate AppDelegate::searchPredicateForSearchString(const QString &searchStr
     return FXRecipientSearch::searchPredicateForSearchString(searchString);
 }
 
+bool AppDelegate::searchStringNarrows(const QString &previous, const QString &next)
+{
+    return FXRecipientSearch::searchStringNarrows(previous, next);
+}
+
 void AppDelegate::tokenAdded(const QVariant &)
 {}
 

@@ -99,6 +99,7 @@ public:
     QMenu *menuForRepresentedObject(TokenSearchField *tokenField,
                                     const QVariant &representedObject) override;
     FXPredicate searchPredicateForSearchString(const QString &searchString) override;
+    bool searchStringNarrows(const QString &previous, const QString &next) override;
     void tokenAdded(const QVariant &token) override;
     // Menu items of a receiver: another number of the person, the number on the clipboard.
     void changeNumber(QAction *sender);

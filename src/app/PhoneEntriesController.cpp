@@ -18,22 +18,24 @@ void PhoneEntriesController::setContent(const QList<PhoneBookEntryPtr> &content)
     rearrange();
 }
 
-void PhoneEntriesController::setFilterPredicate(const FXPredicate &predicate)
+void PhoneEntriesController::setFilterPredicate(const FXPredicate &predicate, bool narrowing)
 {
     m_filterPredicate = predicate;
-    rearrange();
+    rearrange(narrowing);
 }
 
-void PhoneEntriesController::rearrange()
+void PhoneEntriesController::rearrange(bool narrowing)
 {
     QSet<const PhoneBookEntry *> selected;
     for (const PhoneBookEntryPtr &entry : selectedObjects())
         selected.insert(entry.data());
+    // The arranged entries keep the content's order, so a narrower filter may start from them.
+    const QList<PhoneBookEntryPtr> candidates = narrowing ? m_arrangedObjects : m_content;
     m_arrangedObjects.clear();
     QList<int> selection;
     // A constant-false filter (the closed list) needs no look at the entries.
     if (!m_filterPredicate.isConstantFalse()) {
-        for (const PhoneBookEntryPtr &entry : std::as_const(m_content)) {
+        for (const PhoneBookEntryPtr &entry : candidates) {
             if (!m_filterPredicate.evaluateWithObject(*entry))
                 continue;
             if (selected.contains(entry.data()))

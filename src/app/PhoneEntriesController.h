@@ -18,7 +18,9 @@ public:
 
     // Sorted by firstNameSortPersonID ascending, entries of equal keys in their given order.
     void setContent(const QList<PhoneBookEntryPtr> &content);
-    void setFilterPredicate(const FXPredicate &predicate);
+    // With `narrowing`, the caller knows that the new filter passes only entries the current
+    // one passed: only the arranged entries are looked at.
+    void setFilterPredicate(const FXPredicate &predicate, bool narrowing = false);
     const FXPredicate &filterPredicate() const { return m_filterPredicate; }
 
     // The content that passes the filter, in content order.
@@ -36,7 +38,7 @@ Q_SIGNALS:
     void selectionIndexesChanged();
 
 private:
-    void rearrange();
+    void rearrange(bool narrowing = false);
 
     QList<PhoneBookEntryPtr> m_content;
     FXPredicate m_filterPredicate = FXPredicate::predicateWithValue(true);

@@ -203,9 +203,13 @@ void TokenSearchField::textDidChange()
     layoutContents();
     if (!I_arrayController)
         return;
-    I_arrayController->setFilterPredicate(
-        m_delegate ? m_delegate->searchPredicateForSearchString(stringValue())
-                   : FXPredicate::predicateWithValue(false));
+    const QString searchString = stringValue();
+    const bool narrowing = m_delegate && I_arrayController->filterPredicate() == m_filter
+                           && m_delegate->searchStringNarrows(m_searchString, searchString);
+    m_filter = m_delegate ? m_delegate->searchPredicateForSearchString(searchString)
+                          : FXPredicate::predicateWithValue(false);
+    m_searchString = searchString;
+    I_arrayController->setFilterPredicate(m_filter, narrowing);
     if (!I_arrayController->selectionIndexes().isEmpty()
         || I_arrayController->arrangedObjects().isEmpty())
         return;
@@ -321,9 +325,11 @@ bool TokenSearchField::eventFilter(QObject *watched, QEvent *event)
         }
         case QEvent::FocusIn:
         case QEvent::FocusOut:
-            update();
             if (event->type() == QEvent::FocusOut)
                 resignFirstResponder(static_cast<QFocusEvent *>(event)->reason());
+            // Focused, the field scrolls to the typing; at rest it shows the first receivers.
+            layoutContents();
+            update();
             break;
         default:
             break;
@@ -536,6 +542,11 @@ void TokenSearchField::rebuildChips()
     update();
 }
 
+int TokenSearchField::moreWidth(int hidden) const
+{
+    return fontMetrics().horizontalAdvance(QStringLiteral("+%1").arg(hidden)) + 2 * chipPadding;
+}
+
 QRect TokenSearchField::chipArea() const
 {
     const int frame = style()->pixelMetric(QStyle::PM_DefaultFrameWidth, nullptr, this);
@@ -556,6 +567,24 @@ void TokenSearchField::layoutContents()
     const int typedWidth =
         std::max(minEditorWidth, m_editor->fontMetrics().horizontalAdvance(editedText()) + 12);
     const int overflow = std::max(0, chipsWidth + typedWidth - area.width());
+    m_shownChips = int(m_chips.size());
+    if (!m_editor->hasFocus() && m_selectedToken < 0 && editedText().isEmpty()
+        && chipsWidth - chipSpacing > area.width()) {
+        // At rest the first receivers are shown, and how many more there are.
+        m_scrollOffset = 0;
+        m_shownChips = 0;
+        int used = 0;
+        while (m_shownChips < m_chips.size()) {
+            const int next = used + m_chips.at(m_shownChips).width + chipSpacing;
+            const int rest = int(m_chips.size()) - m_shownChips - 1;
+            if (next + (rest > 0 ? moreWidth(rest) : 0) > area.width())
+                break;
+            used = next;
+            ++m_shownChips;
+        }
+        m_editor->setGeometry(area.right() + 1, area.top(), typedWidth, area.height());
+        return;
+    }
     if (m_selectedToken >= 0) {
         // The chosen chip is in view.
         int left = 0;
@@ -578,7 +607,7 @@ void TokenSearchField::layoutContents()
 
 int TokenSearchField::tokenAt(const QPoint &position) const
 {
-    for (int index = 0; index < m_chips.size(); ++index) {
+    for (int index = 0; index < m_shownChips; ++index) {
         if (tokenRect(index).contains(position))
             return index;
     }
@@ -604,7 +633,7 @@ void TokenSearchField::paintEvent(QPaintEvent *)
     const QColor base = palette().color(group, QPalette::Base);
     const QColor highlight = palette().color(group, QPalette::Highlight);
     const QColor text = palette().color(group, QPalette::Text);
-    for (int index = 0; index < m_chips.size(); ++index) {
+    for (int index = 0; index < m_shownChips; ++index) {
         const Chip &chip = m_chips.at(index);
         const QRectF box = QRectF(tokenRect(index)).adjusted(0.5, 0.5, -0.5, -0.5);
         const bool selected = index == m_selectedToken;
@@ -636,6 +665,14 @@ void TokenSearchField::paintEvent(QPaintEvent *)
             arrow.closeSubpath();
             painter.fillPath(arrow, ink);
         }
+    }
+    if (const int hidden = int(m_chips.size()) - m_shownChips; hidden > 0) {
+        const QRect area = chipArea();
+        const int height = chipHeight();
+        const QRect more(area.right() + 1 - moreWidth(hidden),
+                         area.top() + (area.height() - height) / 2, moreWidth(hidden), height);
+        painter.setPen(palette().color(group, QPalette::PlaceholderText));
+        painter.drawText(more, Qt::AlignCenter, QStringLiteral("+%1").arg(hidden));
     }
 }
 

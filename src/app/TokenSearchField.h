@@ -54,6 +54,13 @@ public:
         Q_UNUSED(searchString);
         return FXPredicate::predicateWithValue(false);
     }
+    // Whether the results of `next` are among those of `previous` (a text typed on).
+    virtual bool searchStringNarrows(const QString &previous, const QString &next)
+    {
+        Q_UNUSED(previous);
+        Q_UNUSED(next);
+        return false;
+    }
     virtual void tokenAdded(const QVariant &token) { Q_UNUSED(token); }
 };
 
@@ -154,6 +161,8 @@ private:
     void layoutContents();
     QRect chipArea() const;
     int chipHeight() const;
+    // Of the "+3" that counts the receivers beyond the field's end at rest.
+    int moreWidth(int hidden) const;
     int tokenAt(const QPoint &position) const;
 
     TokenSearchFieldDelegate *m_delegate = nullptr;
@@ -163,7 +172,10 @@ private:
     QVariantList m_tokens;
     QList<Chip> m_chips;
     int m_selectedToken = -1;
+    int m_shownChips = 0;   // all but those counted by "+n"
     int m_scrollOffset = 0; // how far the chips are scrolled out on the left
     QString m_placeholder;
     bool m_inAction = false; // while the field's action runs
+    QString m_searchString;  // that the result list is filtered by
+    FXPredicate m_filter = FXPredicate::predicateWithValue(false);
 };

@@ -21,11 +21,36 @@ FXPredicate FXRecipientSearch::subPredicateForPhoneString(const QString &phoneSt
     return FXPredicate::orPredicateWithSubpredicates(predicates);
 }
 
-FXPredicate FXRecipientSearch::searchPredicateForSearchString(const QString &searchString)
+namespace {
+
+// The blank after a token's comma is not part of what the user is looking for.
+QString searchedPiece(const QString &searchString)
 {
     const qsizetype comma = searchString.lastIndexOf(u',');
-    // The blank after a token's comma is not part of what the user is looking for.
-    const QString piece = (comma < 0 ? searchString : searchString.mid(comma + 1)).trimmed();
+    return (comma < 0 ? searchString : searchString.mid(comma + 1)).trimmed();
+}
+
+} // namespace
+
+bool FXRecipientSearch::searchStringNarrows(const QString &previous, const QString &next)
+{
+    const QString before = searchedPiece(previous);
+    const QString after = searchedPiece(next);
+    // Names begin with, and the other fields contain, a longer text only where they hold the
+    // shorter one. Folding case and accents works letter by letter, so this holds folded too.
+    if (before.isEmpty() || !after.startsWith(before))
+        return false;
+    // The number clause: no number at all now, or one that holds the number before.
+    const QString number = FXPhoneNumber::unifiedPhoneNumber(after);
+    if (number.isEmpty())
+        return true;
+    const QString numberBefore = FXPhoneNumber::unifiedPhoneNumber(before);
+    return !numberBefore.isEmpty() && number.contains(numberBefore);
+}
+
+FXPredicate FXRecipientSearch::searchPredicateForSearchString(const QString &searchString)
+{
+    const QString piece = searchedPiece(searchString);
     if (piece.isEmpty())
         return FXPredicate::predicateWithValue(false);
 

@@ -24,4 +24,8 @@ public:
     // without surrounding blanks. An empty piece matches nothing; otherwise names match from their
     // start, numbers, nickname and groups anywhere, all ignoring case and diacritics.
     static FXPredicate searchPredicateForSearchString(const QString &searchString);
+
+    // Whether everything `next` finds is found by `previous` as well (the user typed on), so
+    // that the search may look only through the previous results.
+    static bool searchStringNarrows(const QString &previous, const QString &next);
 };

@@ -181,6 +181,43 @@ private Q_SLOTS:
         QCOMPARE(displayStrings(entries), found);
     }
 
+    // Typing on may search only the previous results: only where they hold all new ones.
+    void searchStringNarrows_data()
+    {
+        QTest::addColumn<QString>("previous");
+        QTest::addColumn<QString>("next");
+        QTest::addColumn<bool>("narrows");
+        QTest::newRow("a letter more") << "Mü" << QString::fromUtf8("Mül") << true;
+        QTest::newRow("a digit more") << "0221 12"
+                                      << "0221 123" << true;
+        QTest::newRow("keypad letter after digits") << "0800 F"
+                                                    << "0800 FL" << true;
+        QTest::newRow("next piece after a token") << "Anna, J"
+                                                  << "Anna, Jü" << true;
+        QTest::newRow("a letter less") << "Jürg"
+                                       << "Jür" << false;
+        QTest::newRow("first digit after letters") << "a"
+                                                   << "a1" << false;
+        QTest::newRow("nothing before") << ""
+                                        << "a" << false;
+        QTest::newRow("new piece") << "Anna"
+                                   << "Anna," << false;
+    }
+    void searchStringNarrows()
+    {
+        QFETCH(QString, previous);
+        QFETCH(QString, next);
+        QFETCH(bool, narrows);
+        QCOMPARE(FXRecipientSearch::searchStringNarrows(previous, next), narrows);
+        // Where it narrows, the new results are among the previous ones.
+        PhoneBook *book = PhoneBook::sharedInstance();
+        const auto before = book->filteredEntriesUsingPredicate(
+            FXRecipientSearch::searchPredicateForSearchString(previous));
+        for (const PhoneBookEntryPtr &entry : book->filteredEntriesUsingPredicate(
+                 FXRecipientSearch::searchPredicateForSearchString(next)))
+            QVERIFY(!narrows || before.contains(entry));
+    }
+
     void addAndRemoveKeepListAndMapInStep()
     {
         PhoneBook *book = PhoneBook::sharedInstance();
