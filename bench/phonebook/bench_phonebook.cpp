@@ -1,6 +1,7 @@
 // Builds the phone book from 10,000 persons with three numbers each, kept as one vCard file
 // per person the way CardDAV synchronisers store them, then runs the recipient field's search
 // for every prefix of ten typed texts, names and numbers.
+#include "../support/BenchPeople.h"
 #include "foundation/FBLocalization.h"
 #include "foundation/FBUserDefaults.h"
 #include "recipients/FXAddressBook.h"
@@ -9,11 +10,7 @@
 #include "recipients/PhoneBook.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
-#include <QRandomGenerator>
-#include <QTextStream>
 
 #include <algorithm>
 #include <cstdio>
@@ -22,53 +19,8 @@ namespace {
 
 constexpr int personCount = 10000;
 
-const char *const firstNames[] = {
-    "Anna",  "Jürgen", "Zoë",    "Łukasz", "Katharina", "Mehmet", "Sophie", "Björn",
-    "Ines",  "Noah",   "Chloé",  "Ayşe",   "Paul",      "Marta",  "Jonas",  "Elif",
-    "Lena",  "Tomáš",  "Hannah", "Ole",    "Sven",      "Frieda", "Emil",   "Ida",
-    "Leon",  "Mia",    "Ahmet",  "Greta",  "Luis",      "Renée",  "Kai",    "Nele",
-    "Felix", "Clara",  "Miloš",  "Oskar",  "Rosa",      "Theo",   "Yasmin", "Anton"};
-const char *const lastNames[] = {
-    "Müller",   "Schmidt",  "Schneider", "Fischer",    "Weber",  "Meyer",   "Wagner",  "Becker",
-    "Schulz",   "Hoffmann", "Schäfer",   "Koch",       "Bauer",  "Richter", "Klein",   "Wolf",
-    "Schröder", "Neumann",  "Schwarz",   "Zimmermann", "Braun",  "Krüger",  "Hofmann", "Hartmann",
-    "Lange",    "Schmitt",  "Werner",    "Schmitz",    "Krause", "Meier",   "Lehmann", "Köhler",
-    "Öztürk",   "Kowalski", "Nowak",     "Dvořák",     "García", "Łącki",   "Nguyen",  "Yılmaz"};
-const char *const companies[] = {
-    "Bäcker GmbH",     "Stadtwerke Nord", "Acme AG",      "Kanzlei Roth",
-    "Praxis am Markt", "Müller & Söhne",  "Nordlicht KG", ""};
 const char *const typed[] = {"Müller",    "mül",      "Schmidt",   "Zoë",    "Bäcker GmbH",
                              "Katharina", "0171 234", "+49 30 12", "030-98", "4567"};
-
-QString number(QRandomGenerator &random, const char *prefix)
-{
-    return QString::fromLatin1(prefix) + QString::number(random.bounded(1000000, 9999999));
-}
-
-bool writePeople(const QString &folder)
-{
-    if (!QDir().mkpath(folder))
-        return false;
-    QRandomGenerator random(20240611);
-    for (int i = 0; i < personCount; ++i) {
-        QString card;
-        QTextStream out(&card);
-        out << "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:bench-" << i << "\r\n"
-            << "N:" << lastNames[random.bounded(int(std::size(lastNames)))] << ';'
-            << firstNames[random.bounded(int(std::size(firstNames)))] << ";;;\r\n"
-            << "ORG:" << companies[random.bounded(int(std::size(companies)))] << "\r\n"
-            << "CATEGORIES:" << (i % 3 ? "Kunden" : "Familie") << "\r\n"
-            << "TEL;TYPE=CELL:" << number(random, "+49 171 ") << "\r\n"
-            << "TEL;TYPE=WORK:" << number(random, "030 / ") << "\r\n"
-            << "TEL;TYPE=WORK,FAX:" << number(random, "+49 30 12") << "\r\n"
-            << "END:VCARD\r\n";
-        out.flush();
-        QFile file(folder + QStringLiteral("/person-%1.vcf").arg(i));
-        if (!file.open(QIODevice::WriteOnly) || file.write(card.toUtf8()) < 0)
-            return false;
-    }
-    return true;
-}
 
 } // namespace
 
@@ -82,7 +34,7 @@ int main(int argc, char *argv[])
         return 2;
     }
     const QString folder = QString::fromLocal8Bit(argv[1]);
-    if (!writePeople(folder)) {
+    if (!BenchPeople::writePeople(folder, personCount)) {
         std::fprintf(stderr, "bench_phonebook: cannot write %s\n", argv[1]);
         return 1;
     }
