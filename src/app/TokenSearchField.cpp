@@ -568,10 +568,14 @@ void TokenSearchField::layoutContents()
         std::max(minEditorWidth, m_editor->fontMetrics().horizontalAdvance(editedText()) + 12);
     const int overflow = std::max(0, chipsWidth + typedWidth - area.width());
     m_shownChips = int(m_chips.size());
-    if (!m_editor->hasFocus() && m_selectedToken < 0 && editedText().isEmpty()
-        && chipsWidth - chipSpacing > area.width()) {
+    if (!m_editor->hasFocus() && m_selectedToken < 0 && editedText().isEmpty()) {
         // At rest the first receivers are shown, and how many more there are.
         m_scrollOffset = 0;
+        if (chipsWidth - chipSpacing <= area.width()) {
+            m_editor->setGeometry(area.left() + chipsWidth, area.top(),
+                                  std::max(area.width() - chipsWidth, 1), area.height());
+            return;
+        }
         m_shownChips = 0;
         int used = 0;
         while (m_shownChips < m_chips.size()) {
