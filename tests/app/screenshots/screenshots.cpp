@@ -81,6 +81,9 @@ int main(int argc, char *argv[])
         const QLocale locale(language);
         FBLocalization::installCoreCatalog(locale);
         FBLocalization::installCatalog(QStringLiteral(":/app/translations/app"), locale);
+        // The phone labels are read in the language of the moment.
+        if (language != QLatin1String("en"))
+            PhoneBook::sharedInstance()->updateWithAddressBookEntries();
         AppDelegate delegate;
         FBMainWindow *window = delegate.mainWindow();
         window->resize(1100, 760);
