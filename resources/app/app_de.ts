@@ -384,5 +384,176 @@
         <extracomment>%1: the receiver as typed.</extracomment>
         <translation>„%1“ ist weder eine Faxnummer noch ein Name aus Ihrem Adressbuch.</translation>
     </message>
+    <!-- Preferences window -->
+    <message id="preferences_toolbar">
+        <source>preferences_toolbar</source>
+        <extracomment>Name of the preferences window's toolbar, for assistive technology.</extracomment>
+        <translation>Einstellungsseiten</translation>
+    </message>
+    <message id="preferences_account">
+        <source>preferences_account</source>
+        <extracomment>Preferences: toolbar item of the account page.</extracomment>
+        <translation>Konto</translation>
+    </message>
+    <message id="preferences_system">
+        <source>preferences_system</source>
+        <extracomment>Preferences: toolbar item of the page with the printer, the reports and the address book.</extracomment>
+        <translation>System</translation>
+    </message>
+    <message id="preferences_username">
+        <source>preferences_username</source>
+        <extracomment>Preferences: label of the provider account's user name; &amp; marks the access key.</extracomment>
+        <translation>&amp;Benutzername:</translation>
+    </message>
+    <message id="preferences_password">
+        <source>preferences_password</source>
+        <extracomment>Preferences: label of the provider account's password.</extracomment>
+        <translation>&amp;Passwort:</translation>
+    </message>
+    <message id="preferences_account_state">
+        <source>preferences_account_state</source>
+        <extracomment>Preferences: label of the line that shows the balance or why the account could not be checked.</extracomment>
+        <translation>Status:</translation>
+    </message>
+    <message id="preferences_checking">
+        <source>preferences_checking</source>
+        <extracomment>Preferences: accessible name of the busy indicator while the account is checked.</extracomment>
+        <translation>Konto wird geprüft …</translation>
+    </message>
+    <message id="preferences_fax_line">
+        <source>preferences_fax_line</source>
+        <extracomment>Preferences: label of the list of the account's fax numbers.</extracomment>
+        <translation>Senden von &amp;Faxnummer:</translation>
+    </message>
+    <message id="preferences_page_header">
+        <source>preferences_page_header</source>
+        <extracomment>Preferences: group of the fields printed at the top of every fax page.</extracomment>
+        <translation>Kopfzeile der Faxseiten</translation>
+    </message>
+    <message id="preferences_fax_id">
+        <source>preferences_fax_id</source>
+        <extracomment>Preferences: label of the fax identification (the sender's number shown to the receiver).</extracomment>
+        <translation>Fax-&amp;Kennung:</translation>
+    </message>
+    <message id="preferences_fax_header">
+        <source>preferences_fax_header</source>
+        <extracomment>Preferences: label of the free text at the top of every fax page.</extracomment>
+        <translation>Kopf&amp;zeilentext:</translation>
+    </message>
+    <message id="preferences_fax_id_placeholder">
+        <source>preferences_fax_id_placeholder</source>
+        <extracomment>Preferences: example shown in the empty fax identification field.</extracomment>
+        <translation>z. B. +49 211 55500199</translation>
+    </message>
+    <message id="preferences_fax_header_placeholder">
+        <source>preferences_fax_header_placeholder</source>
+        <extracomment>Preferences: example shown in the empty header text field.</extracomment>
+        <translation>z. B. Ihr Name oder Ihre Firma</translation>
+    </message>
+    <message id="preferences_help_account">
+        <source>preferences_help_account</source>
+        <extracomment>Preferences: tooltip of the help button on the account page.</extracomment>
+        <translation>Hilfe zum Konto und zur Faxnummer</translation>
+    </message>
+    <message id="preferences_help_printer">
+        <source>preferences_help_printer</source>
+        <extracomment>Preferences: tooltip of the help button of the printer.</extracomment>
+        <translation>Hilfe zum Faxen per Drucker</translation>
+    </message>
+    <message id="preferences_help_reports">
+        <source>preferences_help_reports</source>
+        <extracomment>Preferences: tooltip of the help button of the reports.</extracomment>
+        <translation>Hilfe zu Sendeberichten</translation>
+    </message>
+    <message id="keychain_unavailable">
+        <source>keychain_unavailable</source>
+        <extracomment>Preferences: balance line when the keyring cannot be read (e.g. locked); followed by the keyring's message in brackets.</extracomment>
+        <translation>Das Passwort konnte nicht aus dem Schlüsselbund gelesen werden</translation>
+    </message>
+    <message id="keychain_store_failed">
+        <source>keychain_store_failed</source>
+        <extracomment>Preferences: balance line when the keyring does not accept the password; followed by the keyring's message in brackets.</extracomment>
+        <translation>Das Passwort konnte nicht im Schlüsselbund gespeichert werden</translation>
+    </message>
+    <message id="preferences_printer">
+        <source>preferences_printer</source>
+        <extracomment>Preferences: group of the print-to-fax printer.</extracomment>
+        <translation>Drucker</translation>
+    </message>
+    <message id="preferences_copy_command">
+        <source>preferences_copy_command</source>
+        <extracomment>Preferences: button that copies the administrator's command for the printer.</extracomment>
+        <translation>Befehl &amp;kopieren</translation>
+    </message>
+    <message id="preferences_reports">
+        <source>preferences_reports</source>
+        <extracomment>Preferences: group of the transmission report settings.</extracomment>
+        <translation>Sendeberichte</translation>
+    </message>
+    <message id="preferences_report_folder">
+        <source>preferences_report_folder</source>
+        <extracomment>Preferences: label of the folder in which transmission reports are stored.</extracomment>
+        <translation>Berichts&amp;ordner:</translation>
+    </message>
+    <message id="preferences_choose">
+        <source>preferences_choose</source>
+        <extracomment>Preferences: button that opens the folder chooser for the reports.</extracomment>
+        <translation>&amp;Auswählen …</translation>
+    </message>
+    <message id="preferences_choose_report_folder">
+        <source>preferences_choose_report_folder</source>
+        <extracomment>Title of the folder chooser for the reports.</extracomment>
+        <translation>Ordner für Sendeberichte auswählen</translation>
+    </message>
+    <message id="preferences_save_send_document">
+        <source>preferences_save_send_document</source>
+        <extracomment>Preferences: check box; keeps a copy of the sent pages with each report.</extracomment>
+        <translation>Gesendete Seiten mit jedem Bericht auf&amp;bewahren</translation>
+    </message>
+    <message id="preferences_quit_on_success">
+        <source>preferences_quit_on_success</source>
+        <extracomment>Preferences: check box; the program quits after a fax was sent successfully.</extracomment>
+        <translation>Nach erfolgreichem Senden be&amp;enden</translation>
+    </message>
+    <message id="preferences_vcards">
+        <source>preferences_vcards</source>
+        <extracomment>Preferences: group and list of the vCard files and folders searched for recipients.</extracomment>
+        <translation>Adressbuch: vCard-Dateien</translation>
+    </message>
+    <message id="preferences_vcards_hint">
+        <source>preferences_vcards_hint</source>
+        <extracomment>Preferences: explanation above the list of vCard files.</extracomment>
+        <translation>Neben dem Adressbuch des Desktops werden Empfänger auch in diesen vCard-Dateien und -Ordnern gesucht.</translation>
+    </message>
+    <message id="preferences_add_vcard_file">
+        <source>preferences_add_vcard_file</source>
+        <extracomment>Preferences: button that adds vCard files.</extracomment>
+        <translation>&amp;Datei hinzufügen …</translation>
+    </message>
+    <message id="preferences_add_vcard_folder">
+        <source>preferences_add_vcard_folder</source>
+        <extracomment>Preferences: button that adds a folder of vCard files.</extracomment>
+        <translation>O&amp;rdner hinzufügen …</translation>
+    </message>
+    <message id="preferences_remove_vcard">
+        <source>preferences_remove_vcard</source>
+        <extracomment>Preferences: button that removes the selected vCard sources.</extracomment>
+        <translation>Ent&amp;fernen</translation>
+    </message>
+    <message id="preferences_vcard_filter">
+        <source>preferences_vcard_filter</source>
+        <extracomment>File chooser filter for vCard files.</extracomment>
+        <translation>vCard-Dateien (*.vcf *.vcard)</translation>
+    </message>
+    <message id="preferences_choose_vcard_file">
+        <source>preferences_choose_vcard_file</source>
+        <extracomment>Title of the chooser for vCard files.</extracomment>
+        <translation>vCard-Dateien hinzufügen</translation>
+    </message>
+    <message id="preferences_choose_vcard_folder">
+        <source>preferences_choose_vcard_folder</source>
+        <extracomment>Title of the chooser for a folder of vCard files.</extracomment>
+        <translation>Ordner mit vCard-Dateien hinzufügen</translation>
+    </message>
 </context>
 </TS>
