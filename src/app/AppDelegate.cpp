@@ -6,6 +6,7 @@
 #include "app/FBPopover.h"
 #include "app/MVPDFServices.h"
 #include "app/PhoneEntriesController.h"
+#include "app/PreferencesController.h"
 #include "app/TokenSearchField.h"
 #include "cli/CommandSupport.h"
 #include "document/FXPDFGenerator.h"
@@ -199,6 +200,18 @@ AppDelegate::AppDelegate(QObject *parent)
     connect(m_window->addPageAction, &QAction::triggered, this, &AppDelegate::addPage);
     connect(m_window->deletePageAction, &QAction::triggered, this, &AppDelegate::deletePage);
     connect(m_window->sendAction, &QAction::triggered, this, &AppDelegate::sendFax);
+    connect(m_window->preferencesAction, &QAction::triggered, this, &AppDelegate::openPreferences);
+    PreferencesController *preferences = PreferencesController::sharedController();
+    connect(preferences, &PreferencesController::ACTIVATESETTINGS, this,
+            &AppDelegate::activateSettings);
+    connect(preferences, &PreferencesController::openFaxWindowRequested, this, [this] {
+        // A document that came while the account was set up stays: it is what the user
+        // wants to send first.
+        if (m_documentPath.isEmpty())
+            openFaxWindow(Sender::Controller);
+        else
+            activate();
+    });
     m_window->receiverField->setDelegate(this);
     connect(m_window->receiverField, &TokenSearchField::action, this, &AppDelegate::sendFax);
     connect(m_window->cancelButton, &QPushButton::clicked, this, [this] {
@@ -248,8 +261,12 @@ void AppDelegate::applicationDidFinishLaunching()
         setupPhoneTokens();
         openFaxWindow(Sender::Menu);
     } else {
-        openFaxWindow(Sender::Controller);
+        // The printer is there for the first document; whether it could be added shows on
+        // the preferences' system page.
+        if (!MVPDFServices::isPDFServiceInstalled())
+            MVPDFServices::installPDFService(QString());
         errorWithMessage(FXText("account_not_configured"));
+        addManualPreferences();
     }
     destinationNumber.clear();
     _didLaunch = true;
@@ -257,6 +274,27 @@ void AppDelegate::applicationDidFinishLaunching()
         FBUserDefaults::setObject(true, kSaveSendDocumentKey);
         FBUserDefaults::synchronize();
     }
+}
+
+void AppDelegate::activateSettings()
+{
+    if (!_isBound && isAppConfigured())
+        setupPhoneTokens();
+    // Beyond wiring the field: the balance line follows the account as it is now, and a
+    // document kept while there was no account is prepared.
+    loadBalance();
+    if (m_shownPreparation == 0 && !m_preparation)
+        processSFFForData();
+}
+
+void AppDelegate::addManualPreferences()
+{
+    PreferencesController::sharedController()->addPreferences();
+}
+
+void AppDelegate::openPreferences()
+{
+    PreferencesController::sharedController()->openPreferenceWindow();
 }
 
 bool AppDelegate::isAppConfigured() const

@@ -46,6 +46,13 @@ public:
 
     void applicationDidFinishLaunching();
     bool isAppConfigured() const;
+    // The preferences closed: the recipient field is wired to the phone book if it was not,
+    // and a document that arrived before the account was set up is prepared now.
+    void activateSettings();
+    // The preferences window, for a first setup (the account page, and the fax window when it
+    // closes) or for a later visit.
+    void addManualPreferences();
+    void openPreferences();
 
     // FBFaxDocumentTarget
     void newFaxForFile(const QString &path, const QString &toNumber) override;

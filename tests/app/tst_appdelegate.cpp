@@ -7,6 +7,7 @@
 #include "app/FBMainWindow.h"
 #include "app/FBPageThumbnailModel.h"
 #include "app/FBPopover.h"
+#include "app/PreferencesController.h"
 #include "app/TokenSearchField.h"
 #include "foundation/FBAccountCredentials.h"
 #include "foundation/FBLocalization.h"
@@ -17,6 +18,7 @@
 #include "sending/FXFaxConnection.h"
 
 #include <QAction>
+#include <QComboBox>
 #include <QDBusConnection>
 #include <QFile>
 #include <QJsonArray>
@@ -25,6 +27,7 @@
 #include <QLineEdit>
 #include <QListView>
 #include <QPdfDocument>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -301,6 +304,39 @@ private Q_SLOTS:
             initiated += request[QLatin1String("method")].toString()
                          == QLatin1String("zentari.SessionInitiate");
         QCOMPARE(initiated, 1);
+    }
+
+    // A first start: without an account the preferences open for a first setup, and a
+    // document that arrives waits. The account entered is checked and offers its lines;
+    // closing connects the phone book, shows the fax window and prepares the document.
+    void firstStart()
+    {
+        FBUserDefaults::removeObjectForKey(kUsernameKey);
+        FBUserDefaults::removeObjectForKey(kLocalUriKey);
+        // No printing system here to add the printer to.
+        qputenv("CUPS_SERVER", QFile::encodeName(TestEnvironment::root() + "/no-cups"));
+        AppDelegate app;
+        app.applicationDidFinishLaunching();
+        PreferencesController *preferences = PreferencesController::sharedController();
+        QVERIFY(preferences->isVisible() && preferences->isNewProfile());
+        QVERIFY(!app.mainWindow()->isVisible());
+        QSignalSpy prepared(&app, &AppDelegate::documentPrepared);
+        app.openFile(fixture(QStringLiteral("one.pdf")));
+        // Copied in, and not prepared without an account.
+        QTRY_VERIFY(!app.mainWindow()->sffProgressIndicator->isVisible());
+
+        preferences->userName->setText(QStringLiteral("demo"));
+        preferences->password->setText(QStringLiteral("secret"));
+        preferences->controlTextDidEndEditing(preferences->password);
+        QTRY_COMPARE(preferences->faxLinesPopup->count(), 2);
+        preferences->faxLineChanged(0);
+        preferences->close();
+        qunsetenv("CUPS_SERVER");
+        QVERIFY(app.mainWindow()->isVisible());
+        QVERIFY(app.mainWindow()->receiverField->resultsController());
+        QVERIFY(prepared.wait(60000));
+        QCOMPARE(prepared.first().first().toInt(), 1);
+        QCOMPARE(FBUserDefaults::stringForKey(kLocalUriKey), QStringLiteral("4921155500199"));
     }
 };
 
