@@ -1,11 +1,13 @@
 // Renders the main window as a user sees it, in English and German, into PNG files: empty,
-// searching the address book for a receiver, with the sample letter, and while sending. Run by
+// searching the address book for a receiver, with the sample letter, while sending, and the
+// two pages of the preferences. Run by
 // `make screenshots` under Xvfb inside the tests' isolated session (a keyring for the account, the
 // provider simulator for the balance).
 #include "ProviderSimulator.h"
 #include "TestEnvironment.h"
 #include "app/AppDelegate.h"
 #include "app/FBMainWindow.h"
+#include "app/PreferencesController.h"
 #include "app/TokenSearchField.h"
 #include "foundation/FBAccountCredentials.h"
 #include "foundation/FBLocalization.h"
@@ -13,7 +15,9 @@
 #include "recipients/FXAddressBook.h"
 #include "recipients/PhoneBook.h"
 
+#include <QAction>
 #include <QApplication>
+#include <QComboBox>
 #include <QDir>
 #include <QLineEdit>
 #include <QScreen>
@@ -116,6 +120,21 @@ int main(int argc, char *argv[])
         ok &= save(window, QStringLiteral("%1/main-sending-%2.png").arg(folder, language));
         ok &= finished.wait(60000);
         ok &= save(window, QStringLiteral("%1/main-sent-%2.png").arg(folder, language));
+
+        // The preferences, made anew so that they speak the language: the account checked
+        // with the provider, then the system page.
+        PreferencesController preferences;
+        preferences.openPreferenceWindow();
+        preferences.move(window->x() + 150, window->y() + 60);
+        for (int waited = 0; preferences.faxLinesPopup->count() == 0 && waited < 20000;
+             waited += 50)
+            QTest::qWait(50);
+        ok &= save(&preferences,
+                   QStringLiteral("%1/preferences-account-%2.png").arg(folder, language));
+        preferences.systemToolbarItem->trigger();
+        ok &= save(&preferences,
+                   QStringLiteral("%1/preferences-system-%2.png").arg(folder, language));
+        preferences.hide();
     }
     return ok ? 0 : 1;
 }
