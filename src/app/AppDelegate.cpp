@@ -280,8 +280,8 @@ void AppDelegate::activateSettings()
 {
     if (!_isBound && isAppConfigured())
         setupPhoneTokens();
-    // Beyond wiring the field: the balance line follows the account as it is now, and a
-    // document kept while there was no account is prepared.
+    // Deliberately beyond wiring the field: the balance line follows the account as it is
+    // now, and a document kept while there was no account is prepared.
     loadBalance();
     if (m_shownPreparation == 0 && !m_preparation)
         processSFFForData();

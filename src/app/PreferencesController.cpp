@@ -616,7 +616,8 @@ void PreferencesController::didReceiveOwnUriList(const XmlRpcValue &ownUriList)
 void PreferencesController::didFailWithErrorCode(qint64 code)
 {
     fritzModellProgress->hide();
-    // Both requests fail alike; one message is enough.
+    // Deliberately one message: both requests of a check fail alike, and a wrong password
+    // would otherwise bring its sheet twice.
     dropConnection();
     if (code == 401) {
         sheet(FXText("error"), FXText("error_auth"));
@@ -631,6 +632,7 @@ void PreferencesController::didFailWithTransportError(const QString &errorString
 {
     fritzModellProgress->hide();
     dropConnection();
+    // Deliberately more than "error": a provider out of reach is said as such, with the reason.
     fritzModell->setText(
         QStringLiteral("%1 (%2)").arg(FXText("fax_unavailable"), errorString.left(200)));
     resizeToPage(false);
@@ -659,6 +661,8 @@ bool PreferencesController::saveSettings()
 {
     FBUserDefaults::setObject(userName->text(), kUsernameKey);
     m_passwordNotStored = false;
+    // Deliberately kept: a password the keyring would not give (locked) is not replaced by the
+    // empty field that shows it.
     if (!(m_passwordUnreadable && password->text().isEmpty())) {
         FXError error;
         if (FBAccountCredentials::storePassword(password->text(), &error)) {
