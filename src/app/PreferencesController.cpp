@@ -5,6 +5,7 @@
 #include "foundation/FBLocalization.h"
 #include "foundation/FBUserDefaults.h"
 #include "foundation/FXLogging.h"
+#include "foundation/KeychainUtils.h"
 #include "provider/VXProvider.h"
 #include "provider/VXRestConnection.h"
 #include "recipients/FXAddressBook.h"
@@ -415,6 +416,7 @@ void PreferencesController::addPreferences()
 
 void PreferencesController::showWindow()
 {
+    m_unlockRequested = false;
     loadPreferences();
     pdfServiceSetup();
     show();
@@ -528,6 +530,15 @@ void PreferencesController::loadPreferences()
         // word of wrong credentials.
         faxLinesPopup->setEnabled(false);
         showKeychainProblem("keychain_unavailable", FBAccountCredentials::describeError(error));
+        // A locked keyring is the user's to open: the Secret Service asks for its password,
+        // once per showing of the window, and the account is read again when it is open.
+        if (error.code == KeychainUtils::InteractionNotAllowed && !m_unlockRequested) {
+            m_unlockRequested = true;
+            FBAccountCredentials::requestUnlock([self = QPointer(this)](bool unlocked) {
+                if (self && unlocked)
+                    self->loadPreferences();
+            });
+        }
     } else if (hasUser && stored) {
         loadBalance();
     } else {

@@ -160,6 +160,8 @@ private:
     QHash<QLineEdit *, bool> m_editing;
     // The stored password could not be read: an empty field must not replace it.
     bool m_passwordUnreadable = false;
+    // An unlock of a locked keyring was asked for since the window was shown.
+    bool m_unlockRequested = false;
     // The last saveSettings could not store the password.
     bool m_passwordNotStored = false;
     // What copyCommandButton copies.

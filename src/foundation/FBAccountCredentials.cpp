@@ -15,6 +15,12 @@ std::optional<QString> FBAccountCredentials::password(FXError *error)
     return stored;
 }
 
+void FBAccountCredentials::requestUnlock(std::function<void(bool unlocked)> done)
+{
+    KeychainUtils::requestUnlockForUsername(QLatin1String(kKeychainAccountName),
+                                            QLatin1String(kKeychainServiceName), std::move(done));
+}
+
 bool FBAccountCredentials::storePassword(const QString &password, FXError *error)
 {
     return KeychainUtils::storeUsername(QLatin1String(kKeychainAccountName), password,

@@ -4,6 +4,7 @@
 
 #include <QString>
 
+#include <functional>
 #include <optional>
 
 // The password of the one provider account, in the credential store. There is one account, so
@@ -19,6 +20,10 @@ public:
     // Service, a keyring that is locked or does not answer) also gives nothing, with `error`
     // set: that is never a missing or a wrong password, and callers say so.
     static std::optional<QString> password(FXError *error);
+
+    // Asks the Secret Service to unlock the keyring holding the password, which prompts the
+    // user; `done` runs later with whether it is unlocked now.
+    static void requestUnlock(std::function<void(bool unlocked)> done);
 
     // Stores the password, replacing an earlier one.
     static bool storePassword(const QString &password, FXError *error);

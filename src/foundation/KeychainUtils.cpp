@@ -2,11 +2,14 @@
 
 #include "foundation/FXLogging.h"
 
+#include <QTimer>
+
 #include <libsecret/secret.h>
 
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -254,6 +257,58 @@ KeychainUtils::getPasswordForUsername(const QString &username, const QString &an
     g_hash_table_unref(attributes);
     g_object_unref(service);
     return result;
+}
+
+namespace {
+
+struct UnlockRequest
+{
+    std::function<void(bool)> done;
+};
+
+void unlockFinished(GObject *source, GAsyncResult *result, gpointer data)
+{
+    std::unique_ptr<UnlockRequest> request(static_cast<UnlockRequest *>(data));
+    GErrorHolder gerror;
+    GList *unlocked = nullptr;
+    const gint count =
+        secret_service_unlock_finish(SECRET_SERVICE(source), result, &unlocked, &gerror.error);
+    g_list_free_full(unlocked, g_object_unref);
+    if (gerror.error)
+        qCWarning(lcService, "The keyring was not unlocked: %s", qUtf8Printable(gerror.message()));
+    request->done(count > 0);
+}
+
+} // namespace
+
+void KeychainUtils::requestUnlockForUsername(const QString &username, const QString &andServiceName,
+                                             std::function<void(bool unlocked)> done)
+{
+    Lookup found;
+    SecretService *service = nullptr;
+    {
+        // Finding the item is bounded as every call is; the prompt that follows is not.
+        Deadline deadline;
+        FXError error;
+        service = connectService(deadline.cancellable(), &error);
+        if (service) {
+            GHashTable *attributes = attributesFor(username, andServiceName, QString());
+            findItem(service, attributes, deadline.cancellable(), &found);
+            g_hash_table_unref(attributes);
+        }
+    }
+    if (!service || !found.item || !secret_item_get_locked(found.item)) {
+        const bool unlocked = found.item && !secret_item_get_locked(found.item);
+        if (service)
+            g_object_unref(service);
+        QTimer::singleShot(0, [done = std::move(done), unlocked] { done(unlocked); });
+        return;
+    }
+    GList *objects = g_list_append(nullptr, found.item);
+    secret_service_unlock(service, objects, nullptr, unlockFinished,
+                          new UnlockRequest{std::move(done)});
+    g_list_free(objects);
+    g_object_unref(service);
 }
 
 bool KeychainUtils::storeUsername(const QString &username, const QString &andPassword,

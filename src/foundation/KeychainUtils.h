@@ -4,6 +4,7 @@
 
 #include <QString>
 
+#include <functional>
 #include <optional>
 
 inline constexpr char kKeychainUtilsErrorDomain[] = "KeychainUtilsErrorDomain";
@@ -38,6 +39,13 @@ public:
 
     static bool deleteItemForUsername(const QString &username, const QString &andServiceName,
                                       const QString &sharedKeychainAccessGroupName, FXError *error);
+
+    // Asks the Secret Service to unlock the keyring that holds the item; the service shows
+    // its own prompt, for as long as the user takes. `done` runs later, from the event loop,
+    // with whether the item is unlocked now. Only for a user at a desktop: nothing else here
+    // ever prompts.
+    static void requestUnlockForUsername(const QString &username, const QString &andServiceName,
+                                         std::function<void(bool unlocked)> done);
 
     // How long one call may take in all before it fails with NotAvailable.
     static void setTimeoutMs(int ms);

@@ -170,6 +170,28 @@ private Q_SLOTS:
         QVERIFY(!settings.readAll().contains(password.toUtf8()));
     }
 
+    // Nothing to unlock: an open item answers at once that it is open, a missing one that it
+    // is not; neither asks the user anything.
+    void unlockWithoutPrompt_data()
+    {
+        QTest::addColumn<bool>("stored");
+        QTest::newRow("open item") << true;
+        QTest::newRow("no item") << false;
+    }
+    void unlockWithoutPrompt()
+    {
+        QFETCH(bool, stored);
+        FXError error;
+        if (stored)
+            QVERIFY(KeychainUtils::storeUsername(account, QStringLiteral("x"), service, QString(),
+                                                 true, &error));
+        std::optional<bool> answer;
+        KeychainUtils::requestUnlockForUsername(account, service,
+                                                [&answer](bool unlocked) { answer = unlocked; });
+        QTRY_VERIFY(answer.has_value());
+        QCOMPARE(*answer, stored);
+    }
+
     void lockedKeyringFailsWithoutPrompt()
     {
         FXError error;
