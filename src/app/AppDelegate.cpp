@@ -201,17 +201,6 @@ AppDelegate::AppDelegate(QObject *parent)
     connect(m_window->deletePageAction, &QAction::triggered, this, &AppDelegate::deletePage);
     connect(m_window->sendAction, &QAction::triggered, this, &AppDelegate::sendFax);
     connect(m_window->preferencesAction, &QAction::triggered, this, &AppDelegate::openPreferences);
-    PreferencesController *preferences = PreferencesController::sharedController();
-    connect(preferences, &PreferencesController::ACTIVATESETTINGS, this,
-            &AppDelegate::activateSettings);
-    connect(preferences, &PreferencesController::openFaxWindowRequested, this, [this] {
-        // A document that came while the account was set up stays: it is what the user
-        // wants to send first.
-        if (m_documentPath.isEmpty())
-            openFaxWindow(Sender::Controller);
-        else
-            activate();
-    });
     m_window->receiverField->setDelegate(this);
     connect(m_window->receiverField, &TokenSearchField::action, this, &AppDelegate::sendFax);
     connect(m_window->cancelButton, &QPushButton::clicked, this, [this] {
@@ -287,14 +276,34 @@ void AppDelegate::activateSettings()
         processSFFForData();
 }
 
+// The window is made when it is first asked for, not at every start.
+PreferencesController *AppDelegate::preferences()
+{
+    PreferencesController *preferences = PreferencesController::sharedController();
+    if (!m_preferencesConnected) {
+        m_preferencesConnected = true;
+        connect(preferences, &PreferencesController::ACTIVATESETTINGS, this,
+                &AppDelegate::activateSettings);
+        connect(preferences, &PreferencesController::openFaxWindowRequested, this, [this] {
+            // A document that came while the account was set up stays: it is what the user
+            // wants to send first.
+            if (m_documentPath.isEmpty())
+                openFaxWindow(Sender::Controller);
+            else
+                activate();
+        });
+    }
+    return preferences;
+}
+
 void AppDelegate::addManualPreferences()
 {
-    PreferencesController::sharedController()->addPreferences();
+    preferences()->addPreferences();
 }
 
 void AppDelegate::openPreferences()
 {
-    PreferencesController::sharedController()->openPreferenceWindow();
+    preferences()->openPreferenceWindow();
 }
 
 bool AppDelegate::isAppConfigured() const

@@ -15,6 +15,7 @@
 class FBMainWindow;
 class FBNotificationCenter;
 class PhoneBook;
+class PreferencesController;
 class PhoneEntriesController;
 
 class FXFaxConnection;
@@ -124,6 +125,7 @@ Q_SIGNALS:
     void sendFinished(int state);
 
 private:
+    PreferencesController *preferences();
     void alert(const QString &title, const QString &text,
                const std::function<void()> &onDefault = {});
     void showPreparedDocument(const QString &path, int pageCount, quint64 serial, bool complete);
@@ -142,6 +144,7 @@ private:
     bool _hasCoverSheet = false;
     bool _didLaunch = false;
     bool _isBound = false;
+    bool m_preferencesConnected = false;
     QVariantList _receiverNumbers;
     QString m_documentPath;
     QPointer<QProcess> m_preparation;

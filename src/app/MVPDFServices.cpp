@@ -183,6 +183,11 @@ bool MVPDFServices::uninstallPDFService(QString *error)
     return false;
 }
 
+QString MVPDFServices::manualRemoveCommand()
+{
+    return QStringLiteral("sudo lpadmin -x %1").arg(QLatin1String(kPDFServiceQueueName));
+}
+
 QString MVPDFServices::manualInstallCommand()
 {
     return QStringLiteral("sudo lpadmin -p %1 -E -v %2 -P %3 -D \"%4\" -o printer-is-shared=false")

@@ -32,6 +32,8 @@ public:
 
     // The command an administrator runs to add the queue by hand.
     static QString manualInstallCommand();
+    // The command an administrator runs to remove it.
+    static QString manualRemoveCommand();
 
     // The local page that explains how to add the printer with administrator rights.
     static QUrl faxonPluginURL();

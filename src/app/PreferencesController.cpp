@@ -75,12 +75,6 @@ QPushButton *button(const char *key)
     return pushButton;
 }
 
-// The command that removes the queue, as the print system names it to a user who may not.
-QString manualRemoveCommand()
-{
-    return QStringLiteral("sudo lpadmin -x %1").arg(QLatin1String(kPDFServiceQueueName));
-}
-
 } // namespace
 
 PreferencesController *PreferencesController::sharedController()
@@ -729,7 +723,7 @@ void PreferencesController::installPDFService()
     serviceHelpText->setText(error);
     // A user who may not change printers gets the command for someone who may.
     const QString command =
-        installed ? manualRemoveCommand() : MVPDFServices::manualInstallCommand();
+        installed ? MVPDFServices::manualRemoveCommand() : MVPDFServices::manualInstallCommand();
     if (error == FXText("pdfservice_admin_required").arg(command)) {
         m_adminCommand = command;
         copyCommandButton->show();

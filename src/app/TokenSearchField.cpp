@@ -109,14 +109,31 @@ void TokenSearchField::setResultsController(PhoneEntriesController *controller)
     showArranged();
 }
 
+QVariant TokenSearchField::tokenForEditingString(const QString &editingString) const
+{
+    return m_delegate ? m_delegate->representedObjectForEditingString(
+               const_cast<TokenSearchField *>(this), editingString)
+                      : QVariant(editingString);
+}
+
+QVariantList TokenSearchField::tokensBeforeLastComma(const QString &text, QString *rest) const
+{
+    QStringList pieces = text.split(u',');
+    *rest = pieces.takeLast().trimmed();
+    QVariantList tokens;
+    for (const QString &piece : std::as_const(pieces)) {
+        if (!piece.trimmed().isEmpty())
+            tokens.append(tokenForEditingString(piece.trimmed()));
+    }
+    return tokens;
+}
+
 QVariantList TokenSearchField::objectValue() const
 {
     QVariantList value = m_tokens;
     const QString typed = editedText().trimmed();
     if (!typed.isEmpty())
-        value.append(m_delegate ? m_delegate->representedObjectForEditingString(
-                         const_cast<TokenSearchField *>(this), typed)
-                                : QVariant(typed));
+        value.append(tokenForEditingString(typed));
     return value;
 }
 
@@ -156,15 +173,8 @@ QString TokenSearchField::stringValue() const
 
 void TokenSearchField::setStringValue(const QString &text)
 {
-    QStringList pieces = text.split(QLatin1Char(','));
-    const QString typed = pieces.takeLast().trimmed();
-    QVariantList tokens;
-    for (const QString &piece : std::as_const(pieces)) {
-        if (!piece.trimmed().isEmpty())
-            tokens.append(m_delegate
-                              ? m_delegate->representedObjectForEditingString(this, piece.trimmed())
-                              : QVariant(piece.trimmed()));
-    }
+    QString typed;
+    const QVariantList tokens = tokensBeforeLastComma(text, &typed);
     m_editor->setText(typed);
     setTokens(tokens);
     textDidChange();
@@ -242,8 +252,7 @@ void TokenSearchField::selectOrSendAction()
         return;
     }
     const QString typed = editedText().trimmed();
-    QVariant piece =
-        m_delegate ? m_delegate->representedObjectForEditingString(this, typed) : QVariant(typed);
+    QVariant piece = tokenForEditingString(typed);
     if (I_arrayController && !I_arrayController->arrangedObjects().isEmpty()) {
         I_arrayController->setFilterPredicate(FXPredicate::predicateWithValue(false));
         if (const PhoneBookEntryPtr entry = PhoneBook::sharedInstance()->entryForNumber(typed))
@@ -440,15 +449,8 @@ void TokenSearchField::editorTextEdited()
     for (const QChar separator : {u'\n', u'\r', u'\t'})
         text.replace(separator, u',');
     if (text.contains(u',')) {
-        QStringList pieces = text.split(u',');
-        const QString typed = pieces.takeLast().trimmed();
-        for (const QString &piece : std::as_const(pieces)) {
-            const QString trimmed = piece.trimmed();
-            if (!trimmed.isEmpty())
-                m_tokens.append(m_delegate
-                                    ? m_delegate->representedObjectForEditingString(this, trimmed)
-                                    : QVariant(trimmed));
-        }
+        QString typed;
+        m_tokens += tokensBeforeLastComma(text, &typed);
         m_editor->setText(typed);
         rebuildChips();
     }
@@ -467,8 +469,7 @@ void TokenSearchField::resignFirstResponder(Qt::FocusReason reason)
     const QString typed = editedText().trimmed();
     if (!typed.isEmpty()) {
         m_editor->clear();
-        appendToken(m_delegate ? m_delegate->representedObjectForEditingString(this, typed)
-                               : QVariant(typed));
+        appendToken(tokenForEditingString(typed));
     }
 }
 

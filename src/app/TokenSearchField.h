@@ -148,6 +148,10 @@ private:
         bool hasMenu = false;
     };
 
+    // The token a finished piece of text becomes, as the delegate decides.
+    QVariant tokenForEditingString(const QString &editingString) const;
+    // The tokens of the non-blank pieces before the last comma; the last piece goes to `rest`.
+    QVariantList tokensBeforeLastComma(const QString &text, QString *rest) const;
     bool editorKeyPress(QKeyEvent *event);
     void editorTextEdited();
     // Losing the focus to another control commits, as leaving an address field does.
