@@ -20,7 +20,19 @@ namespace {
 constexpr int forwardTimeoutMs = 25000;
 
 const char instanceUsage[] = "Usage: faxolino FILE.pdf [--number NUMBER]\n"
-                             "       faxolino --dial NUMBER\n";
+                             "       faxolino --dial NUMBER\n"
+                             "       faxolino --new-fax | --reports\n";
+
+// The options that stand alone: no file, no number, nothing else.
+struct WindowOption
+{
+    const char *name;
+    FBApplicationInstance::Request::Kind kind;
+};
+constexpr WindowOption windowOptions[] = {
+    {"--new-fax", FBApplicationInstance::Request::NewFax},
+    {"--reports", FBApplicationInstance::Request::ShowReports},
+};
 
 // "--name VALUE" or "--name=VALUE"; advances index past what it used.
 bool takeValue(const QStringList &arguments, qsizetype *index, const QString &name, QString *value,
@@ -47,6 +59,10 @@ bool FBApplicationInstance::isInstanceRequest(int argc, char *argv[])
     if (argc < 2)
         return false;
     const char *first = argv[1];
+    for (const WindowOption &option : windowOptions) {
+        if (std::strcmp(first, option.name) == 0)
+            return true;
+    }
     return first[0] != '-' || std::strcmp(first, "--") == 0 || std::strncmp(first, "--dial", 6) == 0
            || std::strncmp(first, "--number", 8) == 0;
 }
@@ -54,6 +70,15 @@ bool FBApplicationInstance::isInstanceRequest(int argc, char *argv[])
 std::optional<FBApplicationInstance::Request>
 FBApplicationInstance::parseArguments(const QStringList &arguments, QString *error)
 {
+    for (const WindowOption &option : windowOptions) {
+        if (!arguments.contains(QLatin1String(option.name)))
+            continue;
+        if (arguments.size() != 1) {
+            *error = QStringLiteral("%1 stands alone").arg(QLatin1String(option.name));
+            return std::nullopt;
+        }
+        return Request{option.kind, {}, {}};
+    }
     QString file, number, dial;
     bool hasFile = false, hasNumber = false, hasDial = false, optionsEnded = false;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
@@ -138,6 +163,12 @@ bool FBApplicationInstance::forward(const Request &request, QString *error)
     case Request::Activate:
         method = QStringLiteral("Activate");
         break;
+    case Request::NewFax:
+        method = QStringLiteral("NewFax");
+        break;
+    case Request::ShowReports:
+        method = QStringLiteral("ShowReports");
+        break;
     }
     QDBusMessage call = QDBusMessage::createMethodCall(QLatin1String(kFaxServiceName),
                                                        QLatin1String(kFaxServicePath),
@@ -166,7 +197,7 @@ int FBApplicationInstance::run(int argc, char *argv[])
         err << "faxolino: " << error << "\n\n" << instanceUsage;
         return 2;
     }
-    if (request->kind != Request::Dial) {
+    if (request->namesFile()) {
         const QFileInfo file(request->path);
         if (!file.isFile() || !file.isReadable()) {
             err << "faxolino: cannot read \"" << request->path << "\"\n";
@@ -177,6 +208,10 @@ int FBApplicationInstance::run(int argc, char *argv[])
         return 0;
     if (!error.isEmpty()) {
         err << "faxolino: the running Faxolino did not answer: " << error << "\n";
+        return 1;
+    }
+    if (request->needsWindow()) {
+        err << "faxolino: no Faxolino window is open and there is no display to open one\n";
         return 1;
     }
 
@@ -236,6 +271,12 @@ void FBApplicationInstance::perform(const Request &request)
         break;
     case Request::Activate:
         m_service->Activate();
+        break;
+    case Request::NewFax:
+        m_service->NewFax();
+        break;
+    case Request::ShowReports:
+        m_service->ShowReports();
         break;
     }
 }

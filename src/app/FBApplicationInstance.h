@@ -11,8 +11,9 @@ class FBFaxService;
 class FBSpoolWatcher;
 
 // One Faxolino per user. The first one owns the scripting service on the session bus and the
-// spool watcher; `faxolino FILE.pdf [--number NUMBER]` and `faxolino --dial NUMBER` hand their
-// request to it through the bus, or become that instance when none runs.
+// spool watcher; `faxolino FILE.pdf [--number NUMBER]`, `faxolino --dial NUMBER`, `faxolino
+// --new-fax` and `faxolino --reports` hand their request to it through the bus, or become that
+// instance when none runs.
 class FBApplicationInstance : public QObject
 {
     Q_OBJECT
@@ -21,10 +22,14 @@ public:
     struct Request
     {
         // Activate: a start without a document, which brings the running window forward.
-        enum Kind { OpenFile, FaxFile, Dial, Activate };
+        // NewFax and ShowReports: the desktop entry's actions.
+        enum Kind { OpenFile, FaxFile, Dial, Activate, NewFax, ShowReports };
         Kind kind = OpenFile;
         QString path; // absolute
         QString number;
+
+        bool namesFile() const { return kind == OpenFile || kind == FaxFile; }
+        bool needsWindow() const { return kind == NewFax || kind == ShowReports; }
     };
 
     // True when the arguments are such a request rather than an option of main.

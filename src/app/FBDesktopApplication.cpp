@@ -37,7 +37,7 @@ int FBDesktopApplication::run(int argc, char *argv[])
             err << "faxolino: " << error << '\n';
             return 2;
         }
-        if (request->kind != Request::Dial && !QFileInfo(request->path).isReadable()) {
+        if (request->namesFile() && !QFileInfo(request->path).isReadable()) {
             err << "faxolino: cannot read \"" << request->path << "\"\n";
             return 1;
         }

@@ -28,6 +28,10 @@ public:
     // Another start of the application: bring its window to the front.
     virtual void activate() {}
 
+    // An empty fax window; the report window.
+    virtual void newFax() {}
+    virtual void showReports() {}
+
     // The desktop's "open file" request; always answers true.
     virtual bool openFile(const QString &path)
     {

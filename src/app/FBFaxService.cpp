@@ -81,6 +81,18 @@ void FBFaxService::Activate()
         m_target->activate();
 }
 
+void FBFaxService::NewFax()
+{
+    if (m_target)
+        m_target->newFax();
+}
+
+void FBFaxService::ShowReports()
+{
+    if (m_target)
+        m_target->showReports();
+}
+
 void FBFaxService::Command(const QString &commandCode, const QString &directParameter,
                            const QVariantMap &arguments)
 {

@@ -40,6 +40,9 @@ public Q_SLOTS:
     void Dial(const QString &number);
     // Another start of the application: the running one comes to the front.
     void Activate();
+    // The desktop entry's actions: an empty fax window, the report window.
+    void NewFax();
+    void ShowReports();
     // Any command code with its direct parameter and named arguments ("numb").
     void Command(const QString &commandCode, const QString &directParameter,
                  const QVariantMap &arguments);

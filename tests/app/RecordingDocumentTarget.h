@@ -36,6 +36,9 @@ public:
         return FBHeadlessDocumentTarget::openFile(path);
     }
 
+    void newFax() override { calls.append({QStringLiteral("newFax"), {}, {}, {}}); }
+    void showReports() override { calls.append({QStringLiteral("showReports"), {}, {}, {}}); }
+
     QStringList operations() const
     {
         QStringList list;

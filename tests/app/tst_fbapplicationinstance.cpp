@@ -165,6 +165,9 @@ private Q_SLOTS:
             << 2;
         QTest::newRow("unknown option")
             << QStringList{QStringLiteral("order 4711.pdf"), QStringLiteral("--fast")} << 2;
+        QTest::newRow("reports with a file")
+            << QStringList{QStringLiteral("--reports"), QStringLiteral("order 4711.pdf")} << 2;
+        QTest::newRow("new fax without a display") << QStringList{QStringLiteral("--new-fax")} << 1;
     }
     void refusedCommandLines()
     {

@@ -82,6 +82,10 @@ private Q_SLOTS:
         QTest::newRow("dial nothing")
             << "Dial" << QVariantList{QString()} << QStringList{"newFaxToNumber  "}
             << dialLine.arg(QLatin1String("Dial"), QString());
+        QTest::newRow("new fax") << "NewFax" << QVariantList{} << QStringList{"newFax  "}
+                                 << QString();
+        QTest::newRow("reports") << "ShowReports" << QVariantList{} << QStringList{"showReports  "}
+                                 << QString();
         QTest::newRow("file to number")
             << "FaxFile" << QVariantList{doc, QStringLiteral("+49301234")}
             << QStringList{"newFaxForFile " + doc + " +49301234"} << QString();
