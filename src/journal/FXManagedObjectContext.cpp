@@ -62,8 +62,8 @@ QVariant fromColumn(const FXEntityDescription::Attribute &attribute, const QVari
     return out;
 }
 
-// The search's condition and its values: the number contains the text, or the date in the
-// form the report list shows (local time) does.
+// The search's condition and its values: the number contains the text, or the date does, in
+// the form the report list shows (local time) or in ISO form.
 QString searchCondition(const QString &searchText, QVariantList *bindings)
 {
     // Numbers rarely hold letters; lower() only when the text has some to fold.
@@ -74,9 +74,19 @@ QString searchCondition(const QString &searchText, QVariantList *bindings)
     bindings->append(text);
     // Most texts cannot occur in a date at all; they are spared the date formatting of every
     // row.
-    if (FXManagedObjectContext::searchTextCanMatchListDate(searchText)) {
-        condition += QStringLiteral(" OR instr(strftime('%d.%m.%Y %H:%M', date / 1000.0,"
-                                    " 'unixepoch', 'localtime'), ?) > 0");
+    static const struct
+    {
+        const char *shape;
+        const char *format;
+    } dateForms[] = {{"00.00.0000 00:00", "%d.%m.%Y %H:%M"},
+                     {"0000-00-00 00:00", "%Y-%m-%d %H:%M"}};
+    for (const auto &form : dateForms) {
+        if (!FXManagedObjectContext::searchTextCanMatchDate(searchText,
+                                                            QString::fromLatin1(form.shape)))
+            continue;
+        condition += QStringLiteral(" OR instr(strftime('%1', date / 1000.0, 'unixepoch',"
+                                    " 'localtime'), ?) > 0")
+                         .arg(QLatin1String(form.format));
         bindings->append(text);
     }
     return condition;
@@ -324,10 +334,9 @@ QList<Connection> FXManagedObjectContext::fetchConnectionsWithSessionID(const QS
                              {sessionID});
 }
 
-bool FXManagedObjectContext::searchTextCanMatchListDate(const QString &text)
+bool FXManagedObjectContext::searchTextCanMatchDate(const QString &text, QStringView shape)
 {
-    // Every date in the list has this shape; digits stand for '0'.
-    static const QString shape = QStringLiteral("00.00.0000 00:00");
+    // In the shape, '0' stands for any digit.
     for (qsizetype start = 0; start + text.size() <= shape.size(); ++start) {
         bool fits = true;
         for (qsizetype i = 0; i < text.size() && fits; ++i) {

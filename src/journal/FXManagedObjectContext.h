@@ -60,8 +60,9 @@ public:
     bool save(QString *error = nullptr);
 
     // Faxes newest first (by date, then by insertion). A non-empty searchText keeps the faxes
-    // whose number contains it or whose date, shown as Fax::kListDateFormat in local time,
-    // contains it; case-insensitive. limit < 0 means all.
+    // whose number contains it or whose date in local time contains it, shown either as
+    // Fax::kListDateFormat or in ISO form ("yyyy-MM-dd HH:mm"); case-insensitive. limit < 0
+    // means all.
     QList<Fax> fetchFaxes(const QString &searchText = QString(), qsizetype limit = -1,
                           qsizetype offset = 0);
     // How many faxes fetchFaxes(searchText) yields in all.
@@ -81,9 +82,9 @@ public:
     QList<Connection> fetchConnectionsWithSessionID(const QString &sessionID,
                                                     qsizetype limit = kOpenConnectionsFetchLimit);
 
-    // Whether a search text can occur in a date shown as Fax::kListDateFormat; when it cannot,
-    // the search looks at numbers alone.
-    static bool searchTextCanMatchListDate(const QString &text);
+    // Whether a search text can occur in a date of this shape, where '0' stands for a digit
+    // ("00.00.0000 00:00"); when it fits no date form, the search looks at numbers alone.
+    static bool searchTextCanMatchDate(const QString &text, QStringView shape);
 
 Q_SIGNALS:
     // Records were inserted, changed or deleted; once per event-loop turn at most.

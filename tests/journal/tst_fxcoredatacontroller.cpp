@@ -381,6 +381,9 @@ private Q_SLOTS:
             << "05.07.2024 14:05" << QStringList{"+33140"};
         QTest::newRow("time") << "14:05" << QStringList{"+49301234567", "+33140"};
         QTest::newRow("month and year") << "03.2025" << QStringList{"+4940555", "+49301234567"};
+        QTest::newRow("ISO day") << "2025-03-05" << QStringList{"+49301234567"};
+        QTest::newRow("ISO date and time") << "2024-07-05 14:05" << QStringList{"+33140"};
+        QTest::newRow("ISO month") << "2025-03" << QStringList{"+4940555", "+49301234567"};
         QTest::newRow("digits of number or date") << "40" << QStringList{"+4940555", "+33140"};
         QTest::newRow("wildcard characters") << "%" << QStringList();
         QTest::newRow("letters") << "abc" << QStringList();
