@@ -355,3 +355,22 @@ QByteArray FXPDFGenerator::movePagesAtIndexes(const QList<qsizetype> &indexes, q
     QByteArray data;
     return assembly.write(QString(), &data, false) ? data : QByteArray();
 }
+
+int FXPDFGenerator::pageCount(const QUrl &inPDFDocument)
+{
+    Assembly assembly;
+    const Source *source = assembly.open(inPDFDocument);
+    return source ? int(source->pages.size()) : -1;
+}
+
+QByteArray FXPDFGenerator::pagesFrom(uint firstPage, const QUrl &inPDFDocument)
+{
+    Assembly assembly;
+    Source *source = assembly.open(inPDFDocument);
+    if (!source || firstPage == 0 || firstPage > source->pages.size())
+        return QByteArray();
+    for (size_t i = firstPage - 1; i < source->pages.size(); ++i)
+        assembly.append(source, i);
+    QByteArray data;
+    return assembly.write(QString(), &data, false) ? data : QByteArray();
+}

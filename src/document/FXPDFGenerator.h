@@ -48,6 +48,13 @@ public:
 
     // The document with the dragged pages (indices from 0) moved to toIndex by the same rule
     // the thumbnail grid follows (FXPageMove). Empty when the document cannot be read.
+    // The document's page count; -1 when it cannot be read.
+    static int pageCount(const QUrl &inPDFDocument);
+
+    // The document's pages from page `firstPage` (counted from 1) to its end, as they stand.
+    // Empty when the document cannot be read or has no such page.
+    static QByteArray pagesFrom(uint firstPage, const QUrl &inPDFDocument);
+
     static QByteArray movePagesAtIndexes(const QList<qsizetype> &indexes, qsizetype toIndex,
                                          const QUrl &inPDFDocument);
 };

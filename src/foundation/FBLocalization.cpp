@@ -64,18 +64,26 @@ bool FBLocalization::installCoreCatalog(const QLocale &locale)
     return installCatalog(QStringLiteral(":/VoxariaCoreBundle/translations/core"), locale);
 }
 
+// English sentences serve as keys and translate into themselves: only a key that no catalog
+// knows is missing.
+bool FBLocalization::hasText(const char *key)
+{
+    if (qtTrId(key) != QString::fromUtf8(key))
+        return true;
+    QMutexLocker lock(&catalogMutex);
+    for (const QPointer<QTranslator> &catalog : std::as_const(installedCatalogs())) {
+        if (catalog && !catalog->translate(nullptr, key).isNull())
+            return true;
+    }
+    return false;
+}
+
 QString FBLocalization::text(const char *key)
 {
     const QString result = qtTrId(key);
-    if (result != QString::fromUtf8(key))
+    if (hasText(key))
         return result;
     QMutexLocker lock(&catalogMutex);
-    // English sentences serve as keys and translate into themselves: only a key that no
-    // catalog knows is missing.
-    for (const QPointer<QTranslator> &catalog : std::as_const(installedCatalogs())) {
-        if (catalog && !catalog->translate(nullptr, key).isNull())
-            return result;
-    }
     if (!reportedMissingKeys().contains(key)) {
         reportedMissingKeys().insert(key);
         qCWarning(lcService, "Missing localized text for key \"%s\"", key);

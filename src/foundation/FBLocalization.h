@@ -18,6 +18,8 @@ public:
     // The text for a key. A key missing from every catalog yields the key itself and is
     // logged once.
     static QString text(const char *key);
+    // Whether a catalog knows the key; asks without logging a missing one.
+    static bool hasText(const char *key);
 
     // The language code chosen for a locale: "de" or "en".
     static QString languageFor(const QLocale &locale);

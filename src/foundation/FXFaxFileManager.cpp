@@ -321,6 +321,24 @@ QString FXFaxFileManager::filePathForSendFaxFile(const QString &name,
                           reportFolder.isEmpty() ? std::nullopt : std::optional(reportFolder));
 }
 
+QString FXFaxFileManager::storedSendFaxFilePath(const QString &name, const QByteArray &reportFolder,
+                                                bool *resolved)
+{
+    const QString plain = plainName(name);
+    QString folder = reportFolder.isEmpty() ? QString() : resolvedReportFolder(reportFolder);
+    if (resolved)
+        *resolved = !folder.isEmpty();
+    if (plain.isEmpty())
+        return QString();
+    if (folder.isEmpty() || !QFileInfo(folder).isDir()) {
+        const QString support = FBApplicationHelper::applicationSupportFolder();
+        if (support.isEmpty())
+            return QString();
+        folder = QDir(support).filePath(QStringLiteral("Documents"));
+    }
+    return QDir(folder).filePath(plain);
+}
+
 QString FXFaxFileManager::reportFilePath(const QString &name,
                                          const std::optional<QByteArray> &reportFolder)
 {

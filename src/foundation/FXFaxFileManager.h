@@ -90,6 +90,11 @@ public:
     // The same for the report folder a fax record keeps (Fax::fileURL(), the setting's bytes
     // when it was sent), so that changing the setting leaves older reports where they are.
     static QString filePathForSendFaxFile(const QString &name, const QByteArray &reportFolder);
+    // Where the line above put a report: looked up without creating a folder or logging, for
+    // readers of stored reports. "" for a name without a last path component. `resolved`
+    // tells whether the folder is the kept one rather than the fallback.
+    static QString storedSendFaxFilePath(const QString &name, const QByteArray &reportFolder,
+                                         bool *resolved = nullptr);
 
     // Removes the fixed working files in the order "_append.pdf", "_cover.pdf", "_merge.pdf",
     // "_orgfile.pdf", "_processedFaxFile.pdf", "_report.pdf", "_scanned.pdf". A file that is
