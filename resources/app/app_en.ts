@@ -555,5 +555,153 @@
         <extracomment>Title of the chooser for a folder of vCard files.</extracomment>
         <translation>Add a folder of vCard files</translation>
     </message>
+    <!-- Report window -->
+    <message id="report_window_title">
+        <source>report_window_title</source>
+        <extracomment>Title of the report window.</extracomment>
+        <translation>Transmission Reports</translation>
+    </message>
+    <message id="report_column_date">
+        <source>report_column_date</source>
+        <extracomment>Report list column: when the fax was sent.</extracomment>
+        <translation>Date</translation>
+    </message>
+    <message id="report_column_number">
+        <source>report_column_number</source>
+        <extracomment>Report list column: the receiver's number.</extracomment>
+        <translation>Number</translation>
+    </message>
+    <message id="report_column_name">
+        <source>report_column_name</source>
+        <extracomment>Report list column: the receiver's name from the address book.</extracomment>
+        <translation>Name</translation>
+    </message>
+    <message id="report_column_pages">
+        <source>report_column_pages</source>
+        <extracomment>Report list column: the page count.</extracomment>
+        <translation>Pages</translation>
+    </message>
+    <message id="report_column_state">
+        <source>report_column_state</source>
+        <extracomment>Report list column: sent, failed or still open.</extracomment>
+        <translation>State</translation>
+    </message>
+    <message id="report_state_sent">
+        <source>report_state_sent</source>
+        <extracomment>State of a fax that reached its receiver.</extracomment>
+        <translation>Sent</translation>
+    </message>
+    <message id="report_state_open">
+        <source>report_state_open</source>
+        <extracomment>State of a fax whose outcome is not known yet.</extracomment>
+        <translation>Pending</translation>
+    </message>
+    <message id="report_state_failed">
+        <source>report_state_failed</source>
+        <extracomment>State of a failed fax; %1: the text of the provider's status code.</extracomment>
+        <translation>Failed: %1</translation>
+    </message>
+    <message id="report_state_failed_code">
+        <source>report_state_failed_code</source>
+        <extracomment>State of a failed fax whose status code has no text; %1: the code.</extracomment>
+        <translation>Failed (code %1)</translation>
+    </message>
+    <message id="report_actions">
+        <source>report_actions</source>
+        <extracomment>Accessible name of the report window's action buttons.</extracomment>
+        <translation>Report actions</translation>
+    </message>
+    <message id="report_open">
+        <source>report_open</source>
+        <extracomment>Opens the selected report in the default PDF viewer.</extracomment>
+        <translation>Open</translation>
+    </message>
+    <message id="report_reveal">
+        <source>report_reveal</source>
+        <extracomment>Shows the report file in the file manager.</extracomment>
+        <translation>Show in Folder</translation>
+    </message>
+    <message id="report_delete">
+        <source>report_delete</source>
+        <extracomment>Deletes the report file and its journal entry.</extracomment>
+        <translation>Delete</translation>
+    </message>
+    <message id="report_export">
+        <source>report_export</source>
+        <extracomment>Copies the report file into a chosen folder.</extracomment>
+        <translation>Export…</translation>
+    </message>
+    <message id="report_export_title">
+        <source>report_export_title</source>
+        <extracomment>Title of the folder chooser for exporting a report.</extracomment>
+        <translation>Export Report To</translation>
+    </message>
+    <message id="report_send_again">
+        <source>report_send_again</source>
+        <extracomment>Starts a new fax with the pages and the number of the chosen fax.</extracomment>
+        <translation>Send Again</translation>
+    </message>
+    <message id="send_again_tooltip">
+        <source>send_again_tooltip</source>
+        <extracomment>Tooltip of Send Again when it is available.</extracomment>
+        <translation>Send these pages to this number again</translation>
+    </message>
+    <message id="send_again_no_fax">
+        <source>send_again_no_fax</source>
+        <extracomment>Tooltip of Send Again when no fax is selected.</extracomment>
+        <translation>Select a fax to send it again.</translation>
+    </message>
+    <message id="send_again_no_report">
+        <source>send_again_no_report</source>
+        <extracomment>Tooltip of Send Again when the report file is gone.</extracomment>
+        <translation>The report file of this fax is missing, and with it the sent pages.</translation>
+    </message>
+    <message id="send_again_no_pages">
+        <source>send_again_no_pages</source>
+        <extracomment>Tooltip of Send Again when only the report was kept.</extracomment>
+        <translation>Only the report was kept for this fax, not the sent pages. Keep sent documents with their reports in the preferences to send later faxes again.</translation>
+    </message>
+    <message id="report_search">
+        <source>report_search</source>
+        <extracomment>Placeholder and accessible name of the report search field.</extracomment>
+        <translation>Search number or date</translation>
+    </message>
+    <message id="report_list">
+        <source>report_list</source>
+        <extracomment>Accessible name of the list of sent faxes.</extracomment>
+        <translation>Sent faxes</translation>
+    </message>
+    <message id="report_view">
+        <source>report_view</source>
+        <extracomment>Accessible name of the report preview.</extracomment>
+        <translation>Transmission report</translation>
+    </message>
+    <message id="report_none_selected">
+        <source>report_none_selected</source>
+        <extracomment>Shown in place of a report when no fax is selected.</extracomment>
+        <translation>Select a fax to see its transmission report.</translation>
+    </message>
+    <message id="report_no_faxes">
+        <source>report_no_faxes</source>
+        <extracomment>Shown in place of a report when the journal is empty.</extracomment>
+        <translation>No faxes have been sent yet.</translation>
+    </message>
+    <message id="report_no_match">
+        <source>report_no_match</source>
+        <extracomment>Shown when the search finds no fax; %1: the search text.</extracomment>
+        <translation>No fax matches “%1”.</translation>
+    </message>
+    <message id="report_missing">
+        <source>report_missing</source>
+        <extracomment>Shown in place of a report whose file is gone; %1: its path.</extracomment>
+        <translation>The report file is missing:
+%1</translation>
+    </message>
+    <message id="report_unreadable">
+        <source>report_unreadable</source>
+        <extracomment>Shown in place of a report that cannot be read; %1: its path.</extracomment>
+        <translation>The report file cannot be read:
+%1</translation>
+    </message>
 </context>
 </TS>

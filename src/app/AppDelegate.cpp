@@ -4,6 +4,7 @@
 #include "app/FBNotificationCenter.h"
 #include "app/FBPageThumbnailModel.h"
 #include "app/FBPopover.h"
+#include "app/FBReportWindow.h"
 #include "app/MVPDFServices.h"
 #include "app/PhoneEntriesController.h"
 #include "app/PreferencesController.h"
@@ -201,6 +202,8 @@ AppDelegate::AppDelegate(QObject *parent)
     connect(m_window->deletePageAction, &QAction::triggered, this, &AppDelegate::deletePage);
     connect(m_window->sendAction, &QAction::triggered, this, &AppDelegate::sendFax);
     connect(m_window->preferencesAction, &QAction::triggered, this, &AppDelegate::openPreferences);
+    connect(m_window->reportsAction, &QAction::triggered, this, &AppDelegate::showReportWindow);
+    connect(m_notifications, &FBNotificationCenter::activated, this, &AppDelegate::showSendReport);
     m_window->receiverField->setDelegate(this);
     connect(m_window->receiverField, &TokenSearchField::action, this, &AppDelegate::sendFax);
     connect(m_window->cancelButton, &QPushButton::clicked, this, [this] {
@@ -214,6 +217,8 @@ AppDelegate::AppDelegate(QObject *parent)
         FBUserDefaults::setObject(extended, kShowExtendedToolbarKey);
         FBUserDefaults::synchronize();
         m_window->setExtendedToolbar(extended);
+        if (m_reportWindow)
+            m_reportWindow->setExtendedToolbar(extended);
     });
     connect(m_window, &FBMainWindow::pdfDropped, this,
             [this](const QString &path) { processFaxFileForPath(path, true); });
@@ -236,6 +241,7 @@ AppDelegate::~AppDelegate()
     }
     // The document announces its closing while the window goes.
     disconnect(m_window->document, nullptr, this, nullptr);
+    delete m_reportWindow;
     delete m_window;
 }
 
@@ -294,6 +300,49 @@ PreferencesController *AppDelegate::preferences()
         });
     }
     return preferences;
+}
+
+FBReportWindow *AppDelegate::reportWindow()
+{
+    if (!m_reportWindow) {
+        m_reportWindow = new FBReportWindow;
+        m_reportWindow->setExtendedToolbar(FBUserDefaults::boolForKey(kShowExtendedToolbarKey));
+        connect(m_reportWindow, &FBReportWindow::sendAgainRequested, this, &AppDelegate::sendAgain);
+    }
+    return m_reportWindow;
+}
+
+void AppDelegate::showReportWindow()
+{
+    reportWindow()->showReportWindow();
+}
+
+void AppDelegate::showSendReport()
+{
+    if (m_popup && m_popup->isVisible())
+        m_popup->close();
+    m_popup.clear();
+    reportWindow()->showSendReport();
+}
+
+void AppDelegate::showReports()
+{
+    showReportWindow();
+}
+
+void AppDelegate::newFax()
+{
+    openFaxWindow(Sender::Menu);
+}
+
+void AppDelegate::sendAgain(const QString &pdfPath, const QString &number)
+{
+    processFaxFileForPath(pdfPath, true);
+    const PhoneBookEntryPtr entry = PhoneBook::sharedInstance()->entryForNumber(number);
+    destinationNumber = number;
+    m_window->receiverField->setObjectValue({entry && !entry->isAdHoc()
+                                                 ? QVariant(TokenSearchField::tokenForEntry(*entry))
+                                                 : QVariant(number)});
 }
 
 void AppDelegate::addManualPreferences()

@@ -14,6 +14,7 @@
 
 class FBMainWindow;
 class FBNotificationCenter;
+class FBReportWindow;
 class PhoneBook;
 class PreferencesController;
 class PhoneEntriesController;
@@ -60,6 +61,8 @@ public:
     void newFaxToNumber(const QString &number) override;
     bool openFile(const QString &path) override;
     void activate() override;
+    void newFax() override;
+    void showReports() override;
 
     enum class Sender { Menu, Controller, None };
     void openFaxWindow(Sender sender);
@@ -80,6 +83,14 @@ public:
     // The one bubble shown at a time (help, success or failure), or null.
     FBPopover *popup() const { return m_popup; }
     void loadBalance();
+
+    // The report window, made when first asked for.
+    FBReportWindow *reportWindow();
+    void showReportWindow();
+    // The newest fax's report; the bubble by the send button goes.
+    void showSendReport();
+    // A new fax of pages sent before, to the number they went to.
+    void sendAgain(const QString &pdfPath, const QString &number);
 
     void addPage();
     void addPageFromPath(const QString &path);
@@ -138,6 +149,7 @@ private:
     void editPages(const QString &name, const std::function<void()> &edit);
 
     FBMainWindow *m_window;
+    FBReportWindow *m_reportWindow = nullptr;
     int _documentType = 0;
     int _documentTypeThreshold = 2;
     int _lastState = 0;

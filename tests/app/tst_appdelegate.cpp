@@ -4,15 +4,19 @@
 #include "ProviderSimulator.h"
 #include "TestEnvironment.h"
 #include "app/AppDelegate.h"
+#include "app/FBFaxArrayController.h"
 #include "app/FBMainWindow.h"
 #include "app/FBPageThumbnailModel.h"
 #include "app/FBPopover.h"
+#include "app/FBReportWindow.h"
 #include "app/PreferencesController.h"
 #include "app/TokenSearchField.h"
 #include "foundation/FBAccountCredentials.h"
 #include "foundation/FBLocalization.h"
 #include "foundation/FBUserDefaults.h"
 #include "foundation/FXFaxFileManager.h"
+#include "journal/FXCoreDataController.h"
+#include "journal/FXManagedObjectContext.h"
 #include "recipients/FXAddressBook.h"
 #include "recipients/FXPhoneNumber.h"
 #include "sending/FXFaxConnection.h"
@@ -20,6 +24,7 @@
 #include <QAction>
 #include <QComboBox>
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonValue>
@@ -77,6 +82,12 @@ class TestAppDelegate : public QObject
     QStringList m_alerts;
     RecordingNotifications m_notifications;
 
+    static QDBusConnection notificationServer()
+    {
+        return QDBusConnection::connectToBus(QDBusConnection::SessionBus,
+                                             QStringLiteral("notifications"));
+    }
+
     // Opens a document and waits until its pages are shown.
     int open(AppDelegate &app, const QString &path)
     {
@@ -105,7 +116,9 @@ private Q_SLOTS:
         FXAddressBook::setSystemAddressBookEnabled(false);
         FXFaxConnection::setTrafficIntervalMs(200);
         AppDelegate::setPrepareProgram(TestEnvironment::binDir() + QStringLiteral("/faxolino"));
-        QDBusConnection bus = QDBusConnection::sessionBus();
+        // A connection of its own, as a real notification server is another process that
+        // sends ActionInvoked.
+        QDBusConnection bus = notificationServer();
         QVERIFY(bus.registerObject(QStringLiteral("/org/freedesktop/Notifications"),
                                    &m_notifications, QDBusConnection::ExportAllSlots));
         QVERIFY(bus.registerService(QStringLiteral("org.freedesktop.Notifications")));
@@ -281,6 +294,49 @@ private Q_SLOTS:
         QCOMPARE(m_notifications.shown.at(1), FXText("fax_to").arg(QStringLiteral("030555000486"))
                                                   + QStringLiteral(": ")
                                                   + window->faxStatusLabel->text());
+    }
+
+    // The notification of a sent fax opens its report; sending it again brings its pages and
+    // number back into the fax window, and the new send is a fax of its own in the journal.
+    void sendAgainFromTheReports()
+    {
+        QVERIFY(m_simulator.reset());
+        m_notifications.shown.clear();
+        FXManagedObjectContext *journal =
+            FXCoreDataController::sharedInstance()->managedObjectContext();
+        const qsizetype before = journal->countForFaxes();
+        AppDelegate app;
+        app.applicationDidFinishLaunching();
+        QCOMPARE(open(app, fixture(QStringLiteral("a.pdf"))), 2);
+        FBMainWindow *window = app.mainWindow();
+        window->receiverField->setStringValue(QStringLiteral("030555000123"));
+        QSignalSpy finished(&app, &AppDelegate::sendFinished);
+        app.sendFax();
+        QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 1, 60000);
+        QTRY_COMPARE(m_notifications.shown.size(), 1);
+
+        QDBusMessage clicked = QDBusMessage::createSignal(
+            QStringLiteral("/org/freedesktop/Notifications"),
+            QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("ActionInvoked"));
+        clicked << uint(m_notifications.shown.size()) << QStringLiteral("default");
+        QVERIFY(notificationServer().send(clicked));
+        FBReportWindow *reports = app.reportWindow();
+        QTRY_VERIFY(reports->isVisible());
+        QCOMPARE(reports->reportTableView->selectedRow(), 0);
+        QCOMPARE(reports->reportDocument->pageCount(), 3);
+
+        QSignalSpy prepared(&app, &AppDelegate::documentPrepared);
+        reports->sendAgainAction->trigger();
+        QVERIFY(prepared.wait(60000));
+        QCOMPARE(prepared.first().first().toInt(), 2);
+        QCOMPARE(window->receiverField->objectValue(),
+                 QVariantList{QStringLiteral("+4930555000123")});
+        app.sendFax();
+        QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 2, 60000);
+        QCOMPARE(finished.last().first().toInt(), 2);
+        QCOMPARE(journal->countForFaxes(), before + 2);
+        QTRY_COMPARE(reports->faxArrayController->faxAtRow(0).number(),
+                     QStringLiteral("+4930555000123"));
     }
 
     // Cancel lets the first receiver finish and starts neither of the others.
