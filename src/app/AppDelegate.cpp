@@ -338,7 +338,7 @@ void AppDelegate::newFax()
 void AppDelegate::sendAgain(const QString &pdfPath, const QString &number)
 {
     processFaxFileForPath(pdfPath, true);
-    const PhoneBookEntryPtr entry = PhoneBook::sharedInstance()->entryForNumber(number);
+    const PhoneBookEntryPtr entry = PhoneBook::sharedInstance()->entryForStoredNumber(number);
     destinationNumber = number;
     m_window->receiverField->setObjectValue({entry && !entry->isAdHoc()
                                                  ? QVariant(TokenSearchField::tokenForEntry(*entry))

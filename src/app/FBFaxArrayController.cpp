@@ -149,7 +149,7 @@ QString FBFaxArrayController::nameForNumber(const QString &number) const
 {
     auto found = m_names.find(number);
     if (found == m_names.end()) {
-        const PhoneBookEntryPtr entry = PhoneBook::sharedInstance()->entryForNumber(number);
+        const PhoneBookEntryPtr entry = PhoneBook::sharedInstance()->entryForStoredNumber(number);
         found = m_names.insert(number,
                                entry && !entry->isAdHoc() ? entry->displayStringName() : QString());
     }

@@ -170,6 +170,7 @@ FBReportWindow::FBReportWindow(QWidget *parent)
         button->setToolTip(FXText(item.key));
         button->setAccessibleName(FXText(item.key));
         button->setAutoRaise(false);
+        button->setIconSize(m_toolbar->iconSize());
         reportActionControl->addButton(button, id++);
         segmentLayout->addWidget(button);
     }
@@ -302,8 +303,8 @@ FBReportWindow::FBReportWindow(QWidget *parent)
 
     m_splitter->addWidget(reportTableView);
     m_splitter->addWidget(m_reportSide);
-    m_splitter->setStretchFactor(0, 3);
-    m_splitter->setStretchFactor(1, 2);
+    m_splitter->setStretchFactor(0, 2);
+    m_splitter->setStretchFactor(1, 1);
     m_splitter->setChildrenCollapsible(false);
     setCentralWidget(m_splitter);
 

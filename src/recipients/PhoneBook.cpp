@@ -45,6 +45,15 @@ PhoneBookEntryPtr PhoneBook::entryForNumber(const QVariant &number) const
     return {};
 }
 
+PhoneBookEntryPtr PhoneBook::entryForStoredNumber(const QString &number) const
+{
+    if (PhoneBookEntryPtr entry = entryForNumber(number))
+        return entry;
+    const QString unified = FXPhoneNumber::unifiedPhoneNumber(number);
+    const QString national = FXPhoneNumber::localizedUnifiedPhoneNumber(unified);
+    return national != unified ? entryForNumber(national) : PhoneBookEntryPtr();
+}
+
 QList<PhoneBookEntryPtr>
 PhoneBook::filteredEntriesUsingPredicate(const FXPredicate &predicate) const
 {

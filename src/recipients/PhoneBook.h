@@ -33,6 +33,9 @@ public:
     // The first entry, in list order, whose unifiedPhoneNumber equals the unified form of
     // `number`; none when `number` is no text or holds no number.
     PhoneBookEntryPtr entryForNumber(const QVariant &number) const;
+    // The same for a number the journal keeps (E.164): address books mostly hold a number of
+    // the own country in its national form, which is tried next.
+    PhoneBookEntryPtr entryForStoredNumber(const QString &number) const;
     QList<PhoneBookEntryPtr> filteredEntriesUsingPredicate(const FXPredicate &predicate) const;
 
     // Appends the entry; an entry already stored under its uniqueID is replaced.

@@ -135,23 +135,32 @@ private Q_SLOTS:
     void entryForNumber_data()
     {
         QTest::addColumn<QVariant>("number");
+        QTest::addColumn<bool>("stored"); // as the journal keeps it
         QTest::addColumn<QString>("found");
         // Zofia has the same number twice: the earlier entry (Main) answers.
         QTest::newRow("same number twice")
-            << QVariant(QStringLiteral("0341-9999")) << "Zofia Kowalski (main)";
+            << QVariant(QStringLiteral("0341-9999")) << false << "Zofia Kowalski (main)";
         QTest::newRow("national form")
-            << QVariant(QStringLiteral("0170 1234567")) << "Anna Maria Berg (mobile)";
+            << QVariant(QStringLiteral("0170 1234567")) << false << "Anna Maria Berg (mobile)";
         // Typed numbers are not localised, so the international form finds nothing.
-        QTest::newRow("international form") << QVariant(QStringLiteral("+49 170 1234567")) << "";
-        QTest::newRow("no digits") << QVariant(QStringLiteral("Anna")) << "";
-        QTest::newRow("not a text") << QVariant(1701234567) << "";
-        QTest::newRow("invalid") << QVariant() << "";
+        QTest::newRow("international form")
+            << QVariant(QStringLiteral("+49 170 1234567")) << false << "";
+        QTest::newRow("stored E.164")
+            << QVariant(QStringLiteral("+491701234567")) << true << "Anna Maria Berg (mobile)";
+        QTest::newRow("stored, another country")
+            << QVariant(QStringLiteral("+431701234567")) << true << "";
+        QTest::newRow("no digits") << QVariant(QStringLiteral("Anna")) << false << "";
+        QTest::newRow("not a text") << QVariant(1701234567) << false << "";
+        QTest::newRow("invalid") << QVariant() << false << "";
     }
     void entryForNumber()
     {
         QFETCH(QVariant, number);
+        QFETCH(bool, stored);
         QFETCH(QString, found);
-        const auto entry = PhoneBook::sharedInstance()->entryForNumber(number);
+        PhoneBook *book = PhoneBook::sharedInstance();
+        const auto entry =
+            stored ? book->entryForStoredNumber(number.toString()) : book->entryForNumber(number);
         QCOMPARE(entry ? entry->displayString() : QString(), found);
     }
 

@@ -1,18 +1,23 @@
 // Renders the main window as a user sees it, in English and German, into PNG files: empty,
-// searching the address book for a receiver, with the sample letter, while sending, and the
-// two pages of the preferences. Run by
+// searching the address book for a receiver, with the sample letter, while sending, the
+// report window, and the two pages of the preferences. Run by
 // `make screenshots` under Xvfb inside the tests' isolated session (a keyring for the account, the
 // provider simulator for the balance).
 #include "ProviderSimulator.h"
 #include "TestEnvironment.h"
 #include "app/AppDelegate.h"
 #include "app/FBMainWindow.h"
+#include "app/FBReportWindow.h"
 #include "app/PreferencesController.h"
 #include "app/TokenSearchField.h"
 #include "foundation/FBAccountCredentials.h"
 #include "foundation/FBLocalization.h"
 #include "foundation/FBUserDefaults.h"
+#include "foundation/FXFaxFileManager.h"
+#include "journal/FXCoreDataController.h"
+#include "journal/FXManagedObjectContext.h"
 #include "recipients/FXAddressBook.h"
+#include "recipients/FXPhoneNumber.h"
 #include "recipients/PhoneBook.h"
 
 #include <QAction>
@@ -55,6 +60,40 @@ bool writeContacts(const QString &folder)
                   > 0;
 }
 
+// Earlier faxes of the last days, sent and failed, for the report window.
+void seedJournal()
+{
+    FXManagedObjectContext *journal =
+        FXCoreDataController::sharedInstance()->managedObjectContext();
+    if (!journal)
+        return;
+    const struct
+    {
+        const char *number;
+        int daysAgo;
+        QTime time;
+        const char *reason;
+        int pages;
+    } faxes[] = {
+        {"+49405550005", 1, QTime(16, 42), "0", 3},    {"+49305550009", 2, QTime(9, 15), "486", 1},
+        {"+492215550007", 3, QTime(11, 3), "0", 5},    {"+49895550004", 5, QTime(14, 27), "0", 2},
+        {"+499115550006", 8, QTime(10, 48), "408", 4}, {"+49405550005", 9, QTime(8, 31), "0", 7}};
+    for (const auto &seed : faxes) {
+        const QDateTime date(QDate::currentDate().addDays(-seed.daysAgo), seed.time);
+        const QString number = QString::fromLatin1(seed.number);
+        Fax fax = journal->insertNewFax();
+        fax.setNumber(number);
+        fax.setDate(date);
+        fax.setPages(seed.pages);
+        fax.setFile(FXFaxFileManager::temporarySendFaxFileNameForDate(date, number));
+        Connection connection = journal->insertNewConnectionForFax(fax);
+        connection.setBeginDate(date);
+        connection.setFinishDate(date.addSecs(40 * seed.pages));
+        connection.setReason(QString::fromLatin1(seed.reason));
+    }
+    FXCoreDataController::sharedInstance()->saveMainContext();
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -73,10 +112,13 @@ int main(int argc, char *argv[])
     FBUserDefaults::setObject(true, kShowExtendedToolbarKey);
     AppDelegate::setPrepareProgram(TestEnvironment::binDir() + QStringLiteral("/faxolino"));
     FXAddressBook::setSystemAddressBookEnabled(false);
+    // The journal's numbers find their people as in Germany.
+    FXPhoneNumber::setRegion(QStringLiteral("DE"));
     const QString contacts = TestEnvironment::root() + QStringLiteral("/contacts");
     if (!writeContacts(contacts))
         return 1;
     FBUserDefaults::setObject(QStringList{contacts}, kVCardSourcesKey);
+    seedJournal();
     const QString letter =
         TestEnvironment::sourceDir() + QStringLiteral("/resources/demo/letter.pdf");
 
@@ -120,6 +162,14 @@ int main(int argc, char *argv[])
         ok &= save(window, QStringLiteral("%1/main-sending-%2.png").arg(folder, language));
         ok &= finished.wait(60000);
         ok &= save(window, QStringLiteral("%1/main-sent-%2.png").arg(folder, language));
+
+        // The report of the fax just sent, as its notification opens it.
+        delegate.showSendReport();
+        FBReportWindow *reports = delegate.reportWindow();
+        reports->resize(1040, 640);
+        reports->move(window->x() + 60, window->y() + 40);
+        ok &= save(reports, QStringLiteral("%1/reports-%2.png").arg(folder, language));
+        reports->hide();
 
         // The preferences, made anew so that they speak the language: the account checked
         // with the provider, then the system page.
