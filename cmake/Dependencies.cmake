@@ -2,6 +2,8 @@
 find_package(Qt6 6.4 REQUIRED COMPONENTS
   Core Gui Widgets Network Sql Pdf PdfWidgets DBus Concurrent Test LinguistTools)
 find_package(PkgConfig REQUIRED)
+# The same SQLite that Qt's driver loads: the journal adds a function to its connection.
+find_package(SQLite3 REQUIRED)
 pkg_check_modules(LIBSECRET REQUIRED IMPORTED_TARGET libsecret-1)
 pkg_check_modules(EXPAT REQUIRED IMPORTED_TARGET expat)
 pkg_check_modules(QPDF REQUIRED IMPORTED_TARGET libqpdf)

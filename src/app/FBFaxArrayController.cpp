@@ -14,7 +14,7 @@ FBFaxArrayController::FBFaxArrayController(QObject *parent)
     : QAbstractTableModel(parent)
 {
     connect(PhoneBook::sharedInstance(), &PhoneBook::PhoneBookDidChangeNotification, this, [this] {
-        m_names.clear();
+        m_namesBuilt = false;
         if (!m_faxes.isEmpty())
             Q_EMIT dataChanged(index(0, NameColumn), index(int(m_faxes.size()) - 1, NameColumn));
     });
@@ -140,6 +140,11 @@ const FBFaxArrayController::RowCache &FBFaxArrayController::cacheFor(const Fax &
     if (found == m_rowCache.end()) {
         RowCache row;
         row.text = stateTextForFax(fax, &row.state);
+        row.date = fax.date().toLocalTime().toString(QLatin1String(Fax::kListDateFormat));
+        row.number = FXPhoneNumber::formattedNumber(fax.number(), QString(),
+                                                    FXPhoneNumber::Format::International);
+        if (row.number.isEmpty())
+            row.number = fax.number();
         found = m_rowCache.insert(fax.objectID(), row);
     }
     return *found;
@@ -147,13 +152,24 @@ const FBFaxArrayController::RowCache &FBFaxArrayController::cacheFor(const Fax &
 
 QString FBFaxArrayController::nameForNumber(const QString &number) const
 {
-    auto found = m_names.find(number);
-    if (found == m_names.end()) {
-        const PhoneBookEntryPtr entry = PhoneBook::sharedInstance()->entryForStoredNumber(number);
-        found = m_names.insert(number,
-                               entry && !entry->isAdHoc() ? entry->displayStringName() : QString());
+    // Looked up at every repaint of a search: an index of the book, not a walk through it.
+    if (!m_namesBuilt) {
+        m_namesBuilt = true;
+        m_names.clear();
+        const QList<PhoneBookEntryPtr> &entries = PhoneBook::sharedInstance()->allEntries();
+        m_names.reserve(entries.size());
+        for (const PhoneBookEntryPtr &entry : entries) {
+            if (!entry->isAdHoc() && !entry->unifiedPhoneNumber().isEmpty()
+                && !m_names.contains(entry->unifiedPhoneNumber()))
+                m_names.insert(entry->unifiedPhoneNumber(), entry->displayStringName());
+        }
     }
-    return *found;
+    // The journal keeps E.164; books mostly hold the own country's numbers nationally.
+    const QString unified = FXPhoneNumber::unifiedPhoneNumber(number);
+    const auto found = m_names.constFind(unified);
+    if (found != m_names.constEnd())
+        return *found;
+    return m_names.value(FXPhoneNumber::localizedUnifiedPhoneNumber(unified));
 }
 
 QVariant FBFaxArrayController::data(const QModelIndex &index, int role) const
@@ -169,12 +185,9 @@ QVariant FBFaxArrayController::data(const QModelIndex &index, int role) const
     case Qt::ToolTipRole:
         switch (column) {
         case DateColumn:
-            return fax.date().toLocalTime().toString(QLatin1String(Fax::kListDateFormat));
-        case NumberColumn: {
-            const QString formatted = FXPhoneNumber::formattedNumber(
-                fax.number(), QString(), FXPhoneNumber::Format::International);
-            return formatted.isEmpty() ? fax.number() : formatted;
-        }
+            return cacheFor(fax).date;
+        case NumberColumn:
+            return cacheFor(fax).number;
         case NameColumn:
             return nameForNumber(fax.number());
         case PagesColumn:

@@ -50,8 +50,11 @@ public:
     static QString stateTextForFax(const Fax &fax, State *state = nullptr);
 
 private:
+    // What a row shows, worked out once: repaints during a search ask for it many times.
     struct RowCache
     {
+        QString date;
+        QString number;
         QString text;
         State state = State::Open;
     };
@@ -67,5 +70,7 @@ private:
     bool m_atEnd = true;
     QString m_filter;
     mutable QHash<qint64, RowCache> m_rowCache;
+    // The book's names by unified number; built when first needed.
     mutable QHash<QString, QString> m_names;
+    mutable bool m_namesBuilt = false;
 };

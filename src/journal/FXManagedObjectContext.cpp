@@ -3,8 +3,14 @@
 #include "foundation/FXLogging.h"
 
 #include <QDateTime>
+#include <QSqlDriver>
 #include <QSqlError>
 #include <QThread>
+#include <QTimeZone>
+
+#include <sqlite3.h>
+
+#include <limits>
 
 namespace {
 
@@ -62,15 +68,99 @@ QVariant fromColumn(const FXEntityDescription::Attribute &attribute, const QVari
     return out;
 }
 
+// The name of the SQL function below.
+constexpr char kListDatesFunction[] = "faxListDates";
+
+// The date as the report list shows it and in ISO form, in local time, joined by '|':
+// "21.11.2026 14:05|2026-11-21 14:05". A search text never holds '|', so it matches within
+// one form. SQLite's strftime(..., 'localtime') and a QDateTime a row each cost microseconds,
+// which a search of a large journal cannot afford at every key: the local offset is kept for
+// the span between two of the zone's transitions, and rows come mostly in date order.
+void listDatesFunction(sqlite3_context *context, int count, sqlite3_value **values)
+{
+    if (count != 1 || sqlite3_value_type(values[0]) == SQLITE_NULL) {
+        sqlite3_result_null(context);
+        return;
+    }
+    const qint64 ms = sqlite3_value_int64(values[0]);
+    struct Span
+    {
+        qint64 from = 1;
+        qint64 to = 0; // empty until the first row
+        int offset = 0;
+    };
+    static Span span; // only ever used on the journal's thread
+    if (ms < span.from || ms >= span.to) {
+        const QTimeZone zone = QTimeZone::systemTimeZone();
+        const QDateTime at = QDateTime::fromMSecsSinceEpoch(ms, Qt::UTC);
+        const QTimeZone::OffsetData before = zone.previousTransition(at.addMSecs(1));
+        const QTimeZone::OffsetData after = zone.nextTransition(at);
+        span.offset = zone.offsetFromUtc(at);
+        span.from = before.atUtc.isValid() ? before.atUtc.toMSecsSinceEpoch()
+                                           : std::numeric_limits<qint64>::min();
+        span.to = after.atUtc.isValid() ? after.atUtc.toMSecsSinceEpoch()
+                                        : std::numeric_limits<qint64>::max();
+    }
+    const qint64 seconds = (ms >= 0 ? ms / 1000 : (ms - 999) / 1000) + span.offset;
+    const qint64 days = seconds >= 0 ? seconds / 86400 : (seconds - 86399) / 86400;
+    const qint64 secondOfDay = seconds - days * 86400;
+    // Civil date from days since 1970-01-01 (Howard Hinnant's algorithm).
+    const qint64 z = days + 719468;
+    const qint64 era = (z >= 0 ? z : z - 146096) / 146097;
+    const qint64 dayOfEra = z - era * 146097;
+    const qint64 yearOfEra =
+        (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+    const qint64 dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+    const qint64 mp = (5 * dayOfYear + 2) / 153;
+    const int day = int(dayOfYear - (153 * mp + 2) / 5 + 1);
+    const int month = int(mp < 10 ? mp + 3 : mp - 9);
+    const qint64 year = yearOfEra + era * 400 + (month <= 2 ? 1 : 0);
+    const int hour = int(secondOfDay / 3600);
+    const int minute = int(secondOfDay % 3600 / 60);
+    // Digit by digit: snprintf would double the cost of a row. Years beyond four digits
+    // are no date anyone searches for.
+    if (year < 0 || year > 9999) {
+        sqlite3_result_null(context);
+        return;
+    }
+    char text[40];
+    char *out = text;
+    const auto put = [&out](qint64 value, int digits, char after) {
+        for (int i = digits - 1; i >= 0; --i, value /= 10)
+            out[i] = char('0' + value % 10);
+        out += digits;
+        if (after)
+            *out++ = after;
+    };
+    put(day, 2, '.'), put(month, 2, '.'), put(year, 4, ' '), put(hour, 2, ':'), put(minute, 2, '|');
+    put(year, 4, '-'), put(month, 2, '-'), put(day, 2, ' '), put(hour, 2, ':'), put(minute, 2, 0);
+    sqlite3_result_text(context, text, int(out - text), SQLITE_TRANSIENT);
+}
+
+// Adds the function to the store's connection; false when the driver is not the SQLite
+// library we were built with.
+bool addListDatesFunction(const QSqlDatabase &store)
+{
+    const QVariant handle = store.driver() ? store.driver()->handle() : QVariant();
+    if (!handle.isValid() || qstrcmp(handle.typeName(), "sqlite3*") != 0)
+        return false;
+    sqlite3 *connection = *static_cast<sqlite3 *const *>(handle.data());
+    return connection
+           && sqlite3_create_function_v2(connection, kListDatesFunction, 1,
+                                         SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr,
+                                         &listDatesFunction, nullptr, nullptr, nullptr)
+                  == SQLITE_OK;
+}
+
 // The search's condition and its values: the number contains the text, or the date does, in
 // the form the report list shows (local time) or in ISO form.
-QString searchCondition(const QString &searchText, QVariantList *bindings)
+QString searchCondition(const QString &searchText, QVariantList *bindings, bool listDates)
 {
     // Numbers rarely hold letters; lower() only when the text has some to fold.
     const QString text = searchText.toLower();
     QString condition = text == searchText.toUpper()
-                            ? QStringLiteral(" WHERE instr(number, ?) > 0")
-                            : QStringLiteral(" WHERE instr(lower(number), ?) > 0");
+                            ? QStringLiteral("instr(number, ?) > 0")
+                            : QStringLiteral("instr(lower(number), ?) > 0");
     bindings->append(text);
     // Most texts cannot occur in a date at all; they are spared the date formatting of every
     // row.
@@ -80,13 +170,22 @@ QString searchCondition(const QString &searchText, QVariantList *bindings)
         const char *format;
     } dateForms[] = {{"00.00.0000 00:00", "%d.%m.%Y %H:%M"},
                      {"0000-00-00 00:00", "%Y-%m-%d %H:%M"}};
+    bool anyForm = false;
     for (const auto &form : dateForms) {
         if (!FXManagedObjectContext::searchTextCanMatchDate(searchText,
                                                             QString::fromLatin1(form.shape)))
             continue;
+        anyForm = true;
+        if (listDates)
+            continue;
         condition += QStringLiteral(" OR instr(strftime('%1', date / 1000.0, 'unixepoch',"
                                     " 'localtime'), ?) > 0")
                          .arg(QLatin1String(form.format));
+        bindings->append(text);
+    }
+    if (anyForm && listDates) {
+        condition +=
+            QStringLiteral(" OR instr(%1(date), ?) > 0").arg(QLatin1String(kListDatesFunction));
         bindings->append(text);
     }
     return condition;
@@ -97,6 +196,7 @@ QString searchCondition(const QString &searchText, QVariantList *bindings)
 FXManagedObjectContext::FXManagedObjectContext(const QSqlDatabase &store, QObject *parent)
     : QObject(parent)
     , m_store(store)
+    , m_listDates(addListDatesFunction(store))
 {}
 
 FXManagedObjectContext::~FXManagedObjectContext()
@@ -245,18 +345,54 @@ bool FXManagedObjectContext::save(QString *error)
 QList<Fax> FXManagedObjectContext::fetchFaxes(const QString &searchText, qsizetype limit,
                                               qsizetype offset)
 {
-    QString sql = selectFrom(Fax::entity());
+    const QString page = QStringLiteral(" LIMIT %1 OFFSET %2")
+                             .arg(limit < 0 ? -1 : limit)
+                             .arg(qMax<qsizetype>(offset, 0));
+    if (searchText.isEmpty()) {
+        // The date index yields the newest first at once.
+        return fetch<Fax>(
+            selectFrom(Fax::entity()) + QStringLiteral(" ORDER BY date DESC, id DESC") + page, {});
+    }
     QVariantList bindings;
-    if (!searchText.isEmpty())
-        sql += searchCondition(searchText, &bindings);
-    // Unfiltered, the date index yields the newest first at once. Filtered, walking that
-    // index visits the table in random order for few matches; a plain scan and a sort of the
-    // matches (the unary + keeps the index out) costs the same whatever the text.
-    sql += QStringLiteral(" ORDER BY %1date DESC, id DESC LIMIT %2 OFFSET %3")
-               .arg(searchText.isEmpty() ? QString() : QStringLiteral("+"))
-               .arg(limit < 0 ? -1 : limit)
-               .arg(qMax<qsizetype>(offset, 0));
-    return fetch<Fax>(sql, bindings);
+    const QString condition = searchCondition(searchText, &bindings, m_listDates);
+    // A text that many faxes match (the first keys of a search) is answered by walking the
+    // date index through the newest faxes: when they hold the page, it is the page. Otherwise
+    // a plain scan and a sort of the matches (the unary + keeps the index out) costs the same
+    // whatever the text, where walking the index would visit the table in random order.
+    if (limit > 0) {
+        const QList<QVariant> bound =
+            scalarValues(QStringLiteral("SELECT date FROM Fax ORDER BY date DESC LIMIT 1 OFFSET %1")
+                             .arg(kSearchWindow - 1));
+        if (!bound.isEmpty() && !bound.first().isNull()) {
+            QVariantList windowBindings{bound.first()};
+            windowBindings.append(bindings);
+            const QList<Fax> recent = fetch<Fax>(
+                selectFrom(Fax::entity()) + QStringLiteral(" WHERE date >= ? AND (") + condition
+                    + QStringLiteral(")") + QStringLiteral(" ORDER BY date DESC, id DESC") + page,
+                windowBindings);
+            if (recent.size() == limit)
+                return recent;
+        }
+    }
+    // The sort carries the ids alone, not whole rows.
+    return fetch<Fax>(selectFrom(Fax::entity())
+                          + QStringLiteral(" WHERE id IN (SELECT id FROM Fax WHERE %1"
+                                           " ORDER BY +date DESC, id DESC%2)"
+                                           " ORDER BY date DESC, id DESC")
+                                .arg(condition, page),
+                      bindings);
+}
+
+QList<QVariant> FXManagedObjectContext::scalarValues(const QString &sql)
+{
+    if (!usableHere())
+        return {};
+    saveIfNeeded();
+    QSqlQuery query(m_store);
+    QString why;
+    if (!query.prepare(sql) || !execute(query, &why) || !query.next())
+        return {};
+    return {query.value(0)};
 }
 
 qsizetype FXManagedObjectContext::countForFaxes(const QString &searchText)
@@ -267,7 +403,7 @@ qsizetype FXManagedObjectContext::countForFaxes(const QString &searchText)
     QString sql = QStringLiteral("SELECT count(*) FROM \"Fax\"");
     QVariantList bindings;
     if (!searchText.isEmpty())
-        sql += searchCondition(searchText, &bindings);
+        sql += QStringLiteral(" WHERE ") + searchCondition(searchText, &bindings, m_listDates);
     QSqlQuery query(m_store);
     query.prepare(sql);
     for (const QVariant &value : std::as_const(bindings))

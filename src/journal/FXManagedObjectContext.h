@@ -106,6 +106,10 @@ private:
 
     QHash<qint64, FXManagedObjectData *> &registry(const FXEntityDescription *entity);
     DataPointer objectForRow(const FXEntityDescription &entity, const QSqlQuery &query);
+    // How many of the newest faxes a search looks at first.
+    static constexpr qsizetype kSearchWindow = 4000;
+    // The first column of the first row, or nothing.
+    QList<QVariant> scalarValues(const QString &sql);
     template <typename Record>
     QList<Record> fetch(const QString &sql, const QVariantList &bindings);
     bool execute(QSqlQuery &query, QString *error) const;
@@ -119,5 +123,7 @@ private:
     QList<DataPointer> m_pending;
     QSqlQuery m_insertFax;
     QSqlQuery m_insertConnection;
+    // The store's connection knows the function the search uses for dates.
+    bool m_listDates = false;
     bool m_notificationScheduled = false;
 };

@@ -410,6 +410,38 @@ private Q_SLOTS:
         QCOMPARE(second.isEmpty() ? QString() : second.first().number(), numbers.value(1));
     }
 
+    // A page of a search is the same slice of all matches, whether the newest faxes hold it
+    // (many matches) or the whole journal is searched (few).
+    void searchPagesOfALargeJournal_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("most faxes") << "49";
+        QTest::newRow("one in a thousand") << "4999";
+        QTest::newRow("a month long ago") << "2020-02";
+        QTest::newRow("none") << "zz";
+    }
+    void searchPagesOfALargeJournal()
+    {
+        QFETCH(QString, text);
+        static bool filled = false;
+        if (!filled) {
+            removeSupportFolder();
+            for (int i = 0; i < 4500; ++i) {
+                Fax fax = context()->insertNewFax();
+                fax.setNumber(
+                    QStringLiteral("+49%1").arg(i * 7919 % 1000000, 6, 10, QLatin1Char('0')));
+                fax.setDate(at(2020, 1, 1, 8, 0).addSecs(qint64(i) * 3 * 3600));
+            }
+            controller()->saveMainContext();
+            filled = true;
+        }
+        const QList<Fax> all = context()->fetchFaxes(text);
+        for (const qsizetype offset : {0, 3, 200}) {
+            const QList<Fax> page = context()->fetchFaxes(text, 20, offset);
+            QCOMPARE(page, all.mid(offset, 20));
+        }
+    }
+
     // Changes made in one turn of the event loop reach the disk together, without a save.
     void changesReachTheDiskAtTheEndOfTheTurn()
     {
