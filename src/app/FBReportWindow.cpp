@@ -366,6 +366,8 @@ void FBReportWindow::setExtendedToolbar(bool extended)
         static_cast<QToolButton *>(segment)->setToolButtonStyle(m_toolbar->toolButtonStyle());
 }
 
+// Deliberately where the store put the report: a record whose folder does not resolve had it
+// placed in the fallback folder, where its bare name as a path would not find it.
 QString FBReportWindow::reportFileForFax(const Fax &fax, bool *resolved)
 {
     return FXFaxFileManager::storedSendFaxFilePath(fax.file(), fax.fileURL(), resolved);
@@ -421,7 +423,8 @@ void FBReportWindow::showReportWindow()
 
 void FBReportWindow::showSendReport()
 {
-    // A list that was searched shows the newest fax of all.
+    // Deliberately cleared: a list that was searched would select the newest match, not the
+    // fax a notification was about.
     if (!searchField->text().isEmpty())
         searchField->clear();
     selectRow(faxArrayController->rowCount() > 0 ? 0 : -1);
@@ -432,7 +435,8 @@ void FBReportWindow::showSelectedFaxReport()
 {
     const int row = reportTableView->selectedRow();
     if (row < 0) {
-        // Without a selection nothing is shown; the side says why the list is empty.
+        // Without a selection nothing is shown; deliberately, the side says why instead of
+        // staying blank.
         const bool empty = faxArrayController->rowCount() == 0;
         const QString search = faxArrayController->filterText();
         showPlaceholder(!empty             ? FXText("report_none_selected")
