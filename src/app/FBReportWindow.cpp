@@ -28,6 +28,7 @@
 #include <QPainter>
 #include <QPdfDocument>
 #include <QPdfView>
+#include <QScrollBar>
 #include <QSettings>
 #include <QSplitter>
 #include <QStackedWidget>
@@ -314,12 +315,15 @@ FBReportWindow::FBReportWindow(QWidget *parent)
         const int row = reportTableView->selectedRow();
         m_rowBeforeReset = row;
         m_selectedBeforeReset = faxArrayController->faxAtRow(row).objectID();
+        m_scrollBeforeReset = reportTableView->verticalScrollBar()->value();
     });
     connect(faxArrayController, &QAbstractItemModel::modelReset, this, [this] {
         int row = faxArrayController->rowOfObjectID(m_selectedBeforeReset);
         if (row < 0 && !m_searching && m_rowBeforeReset >= 0)
             row = qMin(m_rowBeforeReset, faxArrayController->rowCount() - 1);
-        selectRow(row);
+        selectRow(row, false);
+        // A live update leaves the list where the user scrolled it; a new search starts on top.
+        reportTableView->verticalScrollBar()->setValue(m_searching ? 0 : m_scrollBeforeReset);
         // The selected fax's report may have been written anew.
         showSelectedFaxReport();
     });
@@ -402,14 +406,15 @@ Fax FBReportWindow::faxForSender(Sender sender) const
     return faxArrayController->faxAtRow(row);
 }
 
-void FBReportWindow::selectRow(int row)
+void FBReportWindow::selectRow(int row, bool scroll)
 {
     if (row < 0 || row >= faxArrayController->rowCount()) {
         reportTableView->clearSelection();
         return;
     }
     reportTableView->selectRow(row);
-    reportTableView->scrollTo(faxArrayController->index(row, 0));
+    if (scroll)
+        reportTableView->scrollTo(faxArrayController->index(row, 0));
 }
 
 void FBReportWindow::showReportWindow()

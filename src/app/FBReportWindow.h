@@ -125,7 +125,7 @@ protected:
 
 private:
     Fax faxForSender(Sender sender) const;
-    void selectRow(int row);
+    void selectRow(int row, bool scroll = true);
     void showReportPath(const QString &path);
     void showPlaceholder(const QString &text);
     void updateSendAgain(QAction *action, const Fax &fax);
@@ -139,5 +139,6 @@ private:
     // The selection across a reload of the list.
     qint64 m_selectedBeforeReset = 0;
     int m_rowBeforeReset = -1;
+    int m_scrollBeforeReset = 0;
     bool m_searching = false;
 };
