@@ -3,6 +3,7 @@
 // key typed into the search. The peer is Qt's own QSqlTableModel in a QTableView over the same
 // store, with a QPdfView of the same report, filtered by number in SQL.
 //   reportwindow-bench CONTACTS_FOLDER
+#include "../support/BenchMeasure.h"
 #include "../support/BenchPeople.h"
 #include "app/FBReportWindow.h"
 #include "foundation/FBLocalization.h"
@@ -32,21 +33,10 @@
 
 namespace {
 
+using BenchMeasure::median;
+using BenchMeasure::PaintCounter;
+
 const char *const typedTexts[] = {"30512", "2023-05-1"};
-
-class PaintCounter : public QObject
-{
-public:
-    int paints = 0;
-
-protected:
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        if (event->type() == QEvent::Paint)
-            ++paints;
-        return QObject::eventFilter(watched, event);
-    }
-};
 
 // Until the widget painted `after` times in all; false after five seconds.
 bool waitForPaint(const PaintCounter &counter, int after)
@@ -59,13 +49,6 @@ bool waitForPaint(const PaintCounter &counter, int after)
         QCoreApplication::processEvents();
     }
     return true;
-}
-
-double median(QList<double> values)
-{
-    std::sort(values.begin(), values.end());
-    const qsizetype middle = values.size() / 2;
-    return values.size() % 2 ? values.at(middle) : (values.at(middle - 1) + values.at(middle)) / 2;
 }
 
 // Types the texts key by key into the field; each key's time until the list repainted.

@@ -3,6 +3,7 @@
 // Qt's QCompleter over the same entries in the same run. Runs inside an isolated session
 // without an account.
 //   tokenfield-bench CONTACTS_FOLDER
+#include "../support/BenchMeasure.h"
 #include "../support/BenchPeople.h"
 #include "app/AppDelegate.h"
 #include "app/FBMainWindow.h"
@@ -31,34 +32,15 @@
 
 namespace {
 
+using BenchMeasure::median;
+using BenchMeasure::PaintCounter;
+
 constexpr int personCount = 10000;
 
 // Every third person has one of these, so that the typed names find long lists.
 const char *const commonLastNames[] = {"Müller", "Schmidt", "Wagner", "Krause"};
 // The first name warms up (fonts, first show of the windows); the others are timed.
 const char *const typedNames[] = {"Krause", "Müller", "Schmid", "Wagner"};
-
-// Counts the paint events a widget receives.
-class PaintCounter : public QObject
-{
-public:
-    int paints = 0;
-
-protected:
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        if (event->type() == QEvent::Paint)
-            ++paints;
-        return QObject::eventFilter(watched, event);
-    }
-};
-
-double median(QList<double> values)
-{
-    std::sort(values.begin(), values.end());
-    const qsizetype middle = values.size() / 2;
-    return values.size() % 2 ? values.at(middle) : (values.at(middle - 1) + values.at(middle)) / 2;
-}
 
 void sendKey(QWidget *target, QChar character)
 {

@@ -3,6 +3,7 @@
 // document has been scrolled through. Runs inside an isolated session (an account in a
 // private keyring).
 //   window-bench FAXOLINO DOCUMENT.pdf
+#include "../support/BenchMeasure.h"
 #include "app/AppDelegate.h"
 #include "app/FBMainWindow.h"
 #include "app/FBPageThumbnailModel.h"
@@ -31,13 +32,9 @@
 
 namespace {
 
-constexpr int kRuns = 3;
+using BenchMeasure::median;
 
-double median(QList<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values.at(values.size() / 2);
-}
+constexpr int kRuns = 3;
 
 // Runs the event loop until done() holds or the time is up.
 bool waitFor(const std::function<bool()> &done, int ms = 120000)
