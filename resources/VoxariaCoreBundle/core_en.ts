@@ -199,5 +199,41 @@
         <extracomment>Address book label of a telex number.</extracomment>
         <translation>telex</translation>
     </message>
+    <!-- Cover page -->
+    <message id="cover_title">
+        <source>cover_title</source>
+        <extracomment>The large title of the fax cover page.</extracomment>
+        <translation>Fax</translation>
+    </message>
+    <message id="cover_to">
+        <source>cover_to</source>
+        <extracomment>Cover page caption of the receiver.</extracomment>
+        <translation>To</translation>
+    </message>
+    <message id="cover_from">
+        <source>cover_from</source>
+        <extracomment>Cover page caption of the sender.</extracomment>
+        <translation>From</translation>
+    </message>
+    <message id="cover_fax_line">
+        <source>cover_fax_line</source>
+        <extracomment>Cover page caption of the sender's fax number.</extracomment>
+        <translation>Fax line</translation>
+    </message>
+    <message id="cover_subject">
+        <source>cover_subject</source>
+        <extracomment>Cover page caption of the subject.</extracomment>
+        <translation>Subject</translation>
+    </message>
+    <message id="cover_date">
+        <source>cover_date</source>
+        <extracomment>Cover page caption of the date.</extracomment>
+        <translation>Date</translation>
+    </message>
+    <message id="cover_pages">
+        <source>cover_pages</source>
+        <extracomment>Cover page caption of the page count, the cover included.</extracomment>
+        <translation>Pages</translation>
+    </message>
 </context>
 </TS>

@@ -1,7 +1,9 @@
 #include "sending/FXCoverPage.h"
 
 #include "document/FXPDFGenerator.h"
+#include "foundation/FBLocalization.h"
 #include "foundation/FBUserDefaults.h"
+#include "recipients/FXPhoneNumber.h"
 
 #include <QBuffer>
 #include <QDate>
@@ -13,39 +15,128 @@
 #include <QTextDocument>
 #include <QUrl>
 
-QByteArray FXCoverPage::pdfWithSubject(const QString &subject, int documentPages)
+namespace {
+
+constexpr double kMargin = 56;       // about 20 mm
+constexpr double kCaptionWidth = 92; // the captions' column
+constexpr double kRowGap = 10;
+
+QFont font(double points, QFont::Weight weight = QFont::Normal)
 {
-    const QString line = FBUserDefaults::stringForKey(kLocalUriKey);
-    const QString from = line.isEmpty() ? QString() : QStringLiteral("+") + line;
-    const QString html = QStringLiteral("<h1 style='font-size:28pt'>Fax</h1><table cellpadding='6'>"
-                                        "<tr><td><b>From</b></td><td>%1</td></tr>"
-                                        "<tr><td><b>Subject</b></td><td>%2</td></tr>"
-                                        "<tr><td><b>Date</b></td><td>%3</td></tr>"
-                                        "<tr><td><b>Pages</b></td><td>%4</td></tr></table>")
-                             .arg(from.toHtmlEscaped(), subject.toHtmlEscaped(),
-                                  QDate::currentDate().toString(QStringLiteral("dd.MM.yyyy")))
-                             .arg(documentPages + 1);
+    QFont result(QStringLiteral("Sans Serif"));
+    result.setPointSizeF(points);
+    result.setWeight(weight);
+    return result;
+}
+
+QString limitedLines(const QString &text)
+{
+    return text.split(QLatin1Char('\n'))
+        .mid(0, FXCoverPage::kMaximumFieldLines)
+        .join(QLatin1Char('\n'));
+}
+
+} // namespace
+
+QString FXCoverPage::dateText(const QDate &date)
+{
+    // A fixed pattern, and no locale's month names: digits read the same everywhere.
+    return date.isValid() ? QStringLiteral("%1.%2.%3")
+                                .arg(date.day(), 2, 10, QLatin1Char('0'))
+                                .arg(date.month(), 2, 10, QLatin1Char('0'))
+                                .arg(date.year(), 4, 10, QLatin1Char('0'))
+                          : QString();
+}
+
+void FXCoverPage::paint(QPainter *painter, const Fields &fields)
+{
+    const QSizeF page = pageSize();
+    const double width = page.width() - 2 * kMargin;
+    const QColor ink(0x1a, 0x1a, 0x1a);
+    const QColor muted(0x5f, 0x63, 0x68);
+    painter->save();
+    painter->fillRect(QRectF(QPointF(0, 0), page), Qt::white);
+    painter->setRenderHint(QPainter::Antialiasing);
+
+    double y = kMargin;
+    painter->setPen(ink);
+    painter->setFont(font(40, QFont::Bold));
+    const QRectF title(kMargin, y, width, 52);
+    painter->drawText(title, Qt::AlignLeft | Qt::AlignBottom, FXText("cover_title"));
+    y = title.bottom() + 10;
+    painter->fillRect(QRectF(kMargin, y, width, 2.5), ink);
+    y += 26;
+
+    // Caption and value side by side; an empty value takes neither.
+    const auto row = [&](const char *captionKey, const QString &value, bool strong) {
+        if (value.trimmed().isEmpty())
+            return;
+        painter->setFont(font(12, strong ? QFont::DemiBold : QFont::Normal));
+        painter->setPen(ink);
+        const QRectF valueArea(kMargin + kCaptionWidth, y, width - kCaptionWidth, page.height());
+        const QRectF used = painter->boundingRect(valueArea, Qt::TextWordWrap, value);
+        painter->drawText(valueArea, Qt::TextWordWrap, value);
+        painter->setFont(font(9, QFont::DemiBold));
+        painter->setPen(muted);
+        painter->drawText(QRectF(kMargin, y + 2, kCaptionWidth - 8, used.height()),
+                          Qt::AlignLeft | Qt::AlignTop, FXText(captionKey));
+        y += used.height() + kRowGap;
+    };
+    row("cover_to", limitedLines(fields.to), true);
+    row("cover_from", limitedLines(fields.from), false);
+    if (!fields.faxLine.isEmpty()) {
+        const QString line = QStringLiteral("+") + fields.faxLine;
+        const QString formatted =
+            FXPhoneNumber::formattedNumber(line, QString(), FXPhoneNumber::Format::International);
+        row("cover_fax_line", formatted.isEmpty() ? line : formatted, false);
+    }
+    row("cover_subject", fields.subject, true);
+    row("cover_date", dateText(fields.date), false);
+    if (fields.pages > 0)
+        row("cover_pages", QString::number(fields.pages), false);
+
+    y += 8;
+    painter->fillRect(QRectF(kMargin, y, width, 0.75), QColor(0xc4, 0xc7, 0xcc));
+    y += 22;
+    if (!fields.bodyHtml.isEmpty()) {
+        QTextDocument body;
+        body.setDocumentMargin(0);
+        body.setDefaultFont(font(11));
+        body.setHtml(fields.bodyHtml);
+        body.setTextWidth(width);
+        painter->translate(kMargin, y);
+        body.drawContents(painter, QRectF(0, 0, width, page.height() - y - kMargin));
+    }
+    painter->restore();
+}
+
+QByteArray FXCoverPage::pdfForFields(const Fields &fields)
+{
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
     {
         QPdfWriter writer(&buffer);
         writer.setPageLayout(QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait,
-                                         QMarginsF(20, 20, 20, 20), QPageLayout::Millimeter));
-        writer.setResolution(300);
+                                         QMarginsF(0, 0, 0, 0), QPageLayout::Point));
+        // One unit a point, as paint() draws.
+        writer.setResolution(72);
         writer.setCreator(QStringLiteral("Faxolino"));
+        writer.setTitle(FXText("cover_title"));
         QPainter painter(&writer);
-        QTextDocument document;
-        document.setDefaultFont(QFont(QStringLiteral("Sans Serif"), 14));
-        document.setHtml(html);
-        const QRect page = writer.pageLayout().paintRectPixels(writer.resolution());
-        // Lay the text out at 72 dpi and scale it up to the writer's resolution.
-        const double scale = writer.resolution() / 72.0;
-        document.setTextWidth(page.width() / scale);
-        painter.scale(scale, scale);
-        document.drawContents(&painter);
+        paint(&painter, fields);
     }
     return bytes;
+}
+
+QByteArray FXCoverPage::pdfWithSubject(const QString &subject, int documentPages)
+{
+    Fields fields;
+    fields.subject = subject;
+    fields.date = QDate::currentDate();
+    fields.faxLine = FBUserDefaults::stringForKey(kLocalUriKey);
+    fields.pages = documentPages + 1;
+    return pdfForFields(fields);
 }
 
 QByteArray FXCoverPage::prependedTo(const QByteArray &document, const QString &subject,
