@@ -9,7 +9,9 @@
 #include "sending/VXFaxSessionStateQueue.h"
 
 #include <QApplication>
+#include <QDirIterator>
 #include <QFileInfo>
+#include <QIcon>
 #include <QTextStream>
 
 bool FBDesktopApplication::hasDisplay()
@@ -23,6 +25,14 @@ int FBDesktopApplication::run(int argc, char *argv[])
 {
     QApplication app(argc, argv);
     QApplication::setDesktopFileName(QStringLiteral("org.voxaria.Faxolino"));
+    // The theme's icon where one is installed; the bundled renderings in a build tree.
+    QIcon bundledIcon;
+    QDirIterator renderings(QStringLiteral(":/app/icons/hicolor"), {QStringLiteral("*.png")},
+                            QDir::Files, QDirIterator::Subdirectories);
+    while (renderings.hasNext())
+        bundledIcon.addFile(renderings.next());
+    QApplication::setWindowIcon(
+        QIcon::fromTheme(QStringLiteral("org.voxaria.Faxolino"), bundledIcon));
     FBLocalization::installCoreCatalog();
     FBLocalization::installCatalog(QStringLiteral(":/app/translations/app"));
     QTextStream err(stderr);
