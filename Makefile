@@ -5,7 +5,7 @@ PRESET ?= ci
 JOBS ?= $(shell nproc)
 FORMAT_FILES = $(shell git ls-files -co --exclude-standard -- '*.cpp' '*.h' 2>/dev/null)
 
-.PHONY: all deps configure build test ctest fuzz bench demo screenshots format format-check clean
+.PHONY: all deps configure build test ctest fuzz bench demo screenshots package format format-check clean
 
 all: build
 
@@ -36,6 +36,11 @@ bench: deps
 	cmake --build --preset release -j $(JOBS)
 	@bench/run-all build-release
 
+# The Debian package, from a release build of its own in build-pkg/ (packaging/build-package):
+# build-pkg/faxolino_<version>_<arch>.deb.
+package: deps
+	@JOBS=$(JOBS) packaging/build-package
+
 demo: deps
 	@if [ -x scripts/demo ]; then scripts/demo; \
 	else echo "make demo: the end-to-end demo arrives with the sending engine; see README.md"; fi
@@ -49,4 +54,4 @@ format-check:
 	@echo "format-check: $(words $(FORMAT_FILES)) files formatted"
 
 clean:
-	rm -rf build build-dev build-asan build-release build-fuzz
+	rm -rf build build-dev build-asan build-release build-fuzz build-pkg

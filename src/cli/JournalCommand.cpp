@@ -21,7 +21,10 @@ const char usage[] = "Usage: faxolino journal [--search TEXT]\n"
                      "known yet) and the transmission report.\n"
                      "\n"
                      "Options:\n"
-                     "  --search TEXT   only faxes whose number or date contains TEXT\n";
+                     "  --search TEXT   only faxes whose number or date contains TEXT\n"
+                     "\n"
+                     "Exit codes: 0 the journal was read (also when it is empty), 1 the journal\n"
+                     "could not be opened, 2 a usage error.\n";
 
 int usageError(QTextStream &err, const QString &message)
 {

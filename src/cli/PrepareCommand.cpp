@@ -27,7 +27,11 @@ const char usage[] =
     "  --threshold 0-4     the threshold level for text, lighter to darker\n"
     "                      (default 2)\n"
     "  --preview FILE      also writes the pages prepared so far to FILE while it\n"
-    "                      works, printing \"preview N\" each time (N pages)\n";
+    "                      works, printing \"preview N\" each time (N pages)\n"
+    "\n"
+    "Exit codes: 0 the pages were written, 1 OUT.pdf could not be written, 2 a usage\n"
+    "error or an input that is no readable PDF (damaged or password-protected);\n"
+    "OUT.pdf stays untouched then.\n";
 
 int usageError(QTextStream &err, const QString &message)
 {
