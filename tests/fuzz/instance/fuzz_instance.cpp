@@ -111,11 +111,12 @@ void checkArguments(const QList<QByteArray> &fields)
         return;
     }
     // The running instance has another working folder.
-    if (request->kind != FBApplicationInstance::Request::Dial
-        && (request->path.isEmpty() || !QDir::isAbsolutePath(request->path)))
+    if (request->namesFile() && (request->path.isEmpty() || !QDir::isAbsolutePath(request->path)))
         fail("a file request without an absolute path", request->path);
-    if (request->kind == FBApplicationInstance::Request::Dial && !request->path.isEmpty())
-        fail("a dial request with a file", request->path);
+    if (!request->namesFile() && !request->path.isEmpty())
+        fail("a request without a file that names one", request->path);
+    if (request->needsWindow() && !request->number.isEmpty())
+        fail("a window request with a number", request->number);
     if (request->kind == FBApplicationInstance::Request::OpenFile && !request->number.isEmpty())
         fail("an open request with a number", request->number);
 }
