@@ -34,7 +34,12 @@ const QMap<QString, int> kFormatKeys = {{QStringLiteral("sendFax"), 1},
                                         {QStringLiteral("pdfservice_admin_required"), 1},
                                         {QStringLiteral("pdfservice_failed"), 1},
                                         {QStringLiteral("thumbnail_page"), 2},
-                                        {QStringLiteral("error_invalid_receiver"), 1}};
+                                        {QStringLiteral("error_invalid_receiver"), 1},
+                                        {QStringLiteral("report_state_failed"), 1},
+                                        {QStringLiteral("report_state_failed_code"), 1},
+                                        {QStringLiteral("report_no_match"), 1},
+                                        {QStringLiteral("report_missing"), 1},
+                                        {QStringLiteral("report_unreadable"), 1}};
 
 const QString kMissingLog = QStringLiteral("Missing localized text for key");
 
