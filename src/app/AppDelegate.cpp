@@ -717,7 +717,7 @@ void AppDelegate::errorWithMessage(const QString &message)
 
 void AppDelegate::showStatusHelp(int tag)
 {
-    const QByteArray key = QByteArray("0x" + QByteArray::number(uint(tag), 16)).toUpper();
+    const QByteArray key = FBLocalization::statusHelpKey(tag);
     const QByteArray detail = key + "_detail";
     showPopover(QStringLiteral("%1\n\n%2").arg(FXText(key.constData()), FXText(detail.constData())),
                 outcomePoint());

@@ -37,14 +37,21 @@ FXManagedObjectContext *FBFaxArrayController::context()
     return current;
 }
 
+QList<Fax> FBFaxArrayController::readPage(qsizetype count, qsizetype offset)
+{
+    // One more than asked tells whether more follow.
+    FXManagedObjectContext *journal = context();
+    QList<Fax> page = journal ? journal->fetchFaxes(m_filter, count + 1, offset) : QList<Fax>();
+    m_atEnd = page.size() <= count;
+    if (!m_atEnd)
+        page.removeLast();
+    return page;
+}
+
 void FBFaxArrayController::readRows(qsizetype count)
 {
     m_rowCache.clear();
-    FXManagedObjectContext *journal = context();
-    m_faxes = journal ? journal->fetchFaxes(m_filter, count + 1) : QList<Fax>();
-    m_atEnd = m_faxes.size() <= count;
-    if (!m_atEnd)
-        m_faxes.removeLast();
+    m_faxes = readPage(count, 0);
 }
 
 void FBFaxArrayController::setFilterText(const QString &text)
@@ -95,13 +102,9 @@ bool FBFaxArrayController::canFetchMore(const QModelIndex &parent) const
 
 void FBFaxArrayController::fetchMore(const QModelIndex &parent)
 {
-    FXManagedObjectContext *journal = context();
-    if (parent.isValid() || m_atEnd || !journal)
+    if (parent.isValid() || m_atEnd)
         return;
-    QList<Fax> more = journal->fetchFaxes(m_filter, kBatchSize + 1, m_faxes.size());
-    m_atEnd = more.size() <= kBatchSize;
-    if (!m_atEnd)
-        more.removeLast();
+    const QList<Fax> more = readPage(kBatchSize, m_faxes.size());
     if (more.isEmpty())
         return;
     beginInsertRows(QModelIndex(), int(m_faxes.size()), int(m_faxes.size() + more.size() - 1));
@@ -128,7 +131,7 @@ QString FBFaxArrayController::stateTextForFax(const Fax &fax, State *state)
     // The help titles of the known codes name the code themselves.
     bool isCode = false;
     const int code = failure.toInt(&isCode);
-    const QByteArray key = QByteArray("0x" + QByteArray::number(uint(code), 16)).toUpper();
+    const QByteArray key = FBLocalization::statusHelpKey(code);
     if (isCode && FBLocalization::hasText(key.constData()))
         return FXText("report_state_failed").arg(FXText(key.constData()));
     return FXText("report_state_failed_code").arg(failure);

@@ -60,7 +60,9 @@ private:
     };
 
     FXManagedObjectContext *context();
-    // Reads up to `count` faxes from the top; keeps whether more follow.
+    // Up to `count` faxes from `offset`; notes whether more follow.
+    QList<Fax> readPage(qsizetype count, qsizetype offset);
+    // The first `count` faxes, anew.
     void readRows(qsizetype count);
     const RowCache &cacheFor(const Fax &fax) const;
     QString nameForNumber(const QString &number) const;

@@ -377,22 +377,27 @@ QString FBReportWindow::reportFileForFax(const Fax &fax, bool *resolved)
     return FXFaxFileManager::storedSendFaxFilePath(fax.file(), fax.fileURL(), resolved);
 }
 
-QString FBReportWindow::sendAgainProblem(const Fax &fax)
+QString FBReportWindow::sendAgainProblem(const Fax &fax, int pageCount)
 {
     if (fax.isNull())
         return FXText("send_again_no_fax");
     const QString path = reportFileForFax(fax);
     if (path.isEmpty() || !QFileInfo(path).isFile())
         return FXText("send_again_no_report");
+    if (pageCount < 0)
+        pageCount = FXPDFGenerator::pageCount(QUrl::fromLocalFile(path));
     // The report is one page; the sent pages follow it when they were kept.
-    if (FXPDFGenerator::pageCount(QUrl::fromLocalFile(path)) < 2)
+    if (pageCount < 2)
         return FXText("send_again_no_pages");
     return QString();
 }
 
 void FBReportWindow::updateSendAgain(QAction *action, const Fax &fax)
 {
-    const QString problem = sendAgainProblem(fax);
+    // The report shown is read already.
+    const bool shown =
+        !fax.isNull() && !m_shownPath.isEmpty() && reportFileForFax(fax) == m_shownPath;
+    const QString problem = sendAgainProblem(fax, shown ? reportDocument->pageCount() : -1);
     action->setEnabled(problem.isEmpty());
     action->setToolTip(problem.isEmpty() ? FXText("send_again_tooltip") : problem);
 }

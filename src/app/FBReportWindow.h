@@ -80,8 +80,8 @@ public:
     // when that folder does not resolve. `resolved` tells which.
     static QString reportFileForFax(const Fax &fax, bool *resolved = nullptr);
     // Why a record cannot be sent again ("" when it can): its stored file must hold the sent
-    // pages after the report page.
-    static QString sendAgainProblem(const Fax &fax);
+    // pages after the report page. The file's page count is read unless given.
+    static QString sendAgainProblem(const Fax &fax, int pageCount = -1);
 
     void showReportWindow();
     // The newest fax's report.

@@ -78,6 +78,11 @@ bool FBLocalization::hasText(const char *key)
     return false;
 }
 
+QByteArray FBLocalization::statusHelpKey(int code)
+{
+    return QByteArray("0x" + QByteArray::number(uint(code), 16)).toUpper();
+}
+
 QString FBLocalization::text(const char *key)
 {
     const QString result = qtTrId(key);

@@ -21,6 +21,10 @@ public:
     // Whether a catalog knows the key; asks without logging a missing one.
     static bool hasText(const char *key);
 
+    // The key of the help title of a provider status code: the code as "0x%x", upper-cased
+    // (500 gives "0X1F4"); its explanation is the key followed by "_detail".
+    static QByteArray statusHelpKey(int code);
+
     // The language code chosen for a locale: "de" or "en".
     static QString languageFor(const QLocale &locale);
 };

@@ -121,6 +121,24 @@ QString chosenReportFolder(const std::optional<QByteArray> &stored)
     return folder;
 }
 
+// The name's last component in the folder, or in the fallback "Documents" of the application
+// support folder when the folder is "" (created when `create`). "" without a last component.
+QString pathInReportFolder(QString folder, const QString &name, bool create)
+{
+    const QString plain = plainName(name);
+    if (plain.isEmpty())
+        return QString();
+    if (folder.isEmpty()) {
+        const QString support = FBApplicationHelper::applicationSupportFolder();
+        if (support.isEmpty())
+            return QString();
+        folder = QDir(support).filePath(QStringLiteral("Documents"));
+        if (create && !QFileInfo::exists(folder))
+            createFolder(folder);
+    }
+    return QDir(folder).filePath(plain);
+}
+
 void deleteIfDeletable(const QString &path)
 {
     if (path.isEmpty() || !FXFaxFileManager::isDeletableFileAtPath(path))
@@ -324,37 +342,21 @@ QString FXFaxFileManager::filePathForSendFaxFile(const QString &name,
 QString FXFaxFileManager::storedSendFaxFilePath(const QString &name, const QByteArray &reportFolder,
                                                 bool *resolved)
 {
-    const QString plain = plainName(name);
     QString folder = reportFolder.isEmpty() ? QString() : resolvedReportFolder(reportFolder);
     if (resolved)
         *resolved = !folder.isEmpty();
-    if (plain.isEmpty())
-        return QString();
-    if (folder.isEmpty() || !QFileInfo(folder).isDir()) {
-        const QString support = FBApplicationHelper::applicationSupportFolder();
-        if (support.isEmpty())
-            return QString();
-        folder = QDir(support).filePath(QStringLiteral("Documents"));
-    }
-    return QDir(folder).filePath(plain);
+    if (!folder.isEmpty() && !QFileInfo(folder).isDir())
+        folder.clear();
+    return pathInReportFolder(folder, name, false);
 }
 
 QString FXFaxFileManager::reportFilePath(const QString &name,
                                          const std::optional<QByteArray> &reportFolder)
 {
-    const QString plain = plainName(name);
-    if (plain.isEmpty())
+    // Nothing is resolved (or logged) for a name that names no file.
+    if (plainName(name).isEmpty())
         return QString();
-    QString folder = chosenReportFolder(reportFolder);
-    if (folder.isEmpty()) {
-        const QString support = FBApplicationHelper::applicationSupportFolder();
-        if (support.isEmpty())
-            return QString();
-        folder = QDir(support).filePath(QStringLiteral("Documents"));
-        if (!QFileInfo::exists(folder))
-            createFolder(folder);
-    }
-    return QDir(folder).filePath(plain);
+    return pathInReportFolder(chosenReportFolder(reportFolder), name, true);
 }
 
 QUrl FXFaxFileManager::fileURLForSendFaxFile(const QString &name)

@@ -153,7 +153,8 @@ bool addListDatesFunction(const QSqlDatabase &store)
 }
 
 // The search's condition and its values: the number contains the text, or the date does, in
-// the form the report list shows (local time) or in ISO form.
+// the form the report list shows (local time) or in ISO form. Without the date function (a
+// driver that is not our SQLite) the dates are not searched.
 QString searchCondition(const QString &searchText, QVariantList *bindings, bool listDates)
 {
     // Numbers rarely hold letters; lower() only when the text has some to fold.
@@ -164,26 +165,10 @@ QString searchCondition(const QString &searchText, QVariantList *bindings, bool 
     bindings->append(text);
     // Most texts cannot occur in a date at all; they are spared the date formatting of every
     // row.
-    static const struct
-    {
-        const char *shape;
-        const char *format;
-    } dateForms[] = {{"00.00.0000 00:00", "%d.%m.%Y %H:%M"},
-                     {"0000-00-00 00:00", "%Y-%m-%d %H:%M"}};
-    bool anyForm = false;
-    for (const auto &form : dateForms) {
-        if (!FXManagedObjectContext::searchTextCanMatchDate(searchText,
-                                                            QString::fromLatin1(form.shape)))
-            continue;
-        anyForm = true;
-        if (listDates)
-            continue;
-        condition += QStringLiteral(" OR instr(strftime('%1', date / 1000.0, 'unixepoch',"
-                                    " 'localtime'), ?) > 0")
-                         .arg(QLatin1String(form.format));
-        bindings->append(text);
-    }
-    if (anyForm && listDates) {
+    const bool canMatchDate =
+        FXManagedObjectContext::searchTextCanMatchDate(searchText, u"00.00.0000 00:00")
+        || FXManagedObjectContext::searchTextCanMatchDate(searchText, u"0000-00-00 00:00");
+    if (listDates && canMatchDate) {
         condition +=
             QStringLiteral(" OR instr(%1(date), ?) > 0").arg(QLatin1String(kListDatesFunction));
         bindings->append(text);
@@ -360,11 +345,11 @@ QList<Fax> FXManagedObjectContext::fetchFaxes(const QString &searchText, qsizety
     // a plain scan and a sort of the matches (the unary + keeps the index out) costs the same
     // whatever the text, where walking the index would visit the table in random order.
     if (limit > 0) {
-        const QList<QVariant> bound =
-            scalarValues(QStringLiteral("SELECT date FROM Fax ORDER BY date DESC LIMIT 1 OFFSET %1")
-                             .arg(kSearchWindow - 1));
-        if (!bound.isEmpty() && !bound.first().isNull()) {
-            QVariantList windowBindings{bound.first()};
+        const QVariant bound =
+            scalarValue(QStringLiteral("SELECT date FROM Fax ORDER BY date DESC LIMIT 1 OFFSET %1")
+                            .arg(kSearchWindow - 1));
+        if (!bound.isNull()) {
+            QVariantList windowBindings{bound};
             windowBindings.append(bindings);
             const QList<Fax> recent = fetch<Fax>(
                 selectFrom(Fax::entity()) + QStringLiteral(" WHERE date >= ? AND (") + condition
@@ -383,39 +368,30 @@ QList<Fax> FXManagedObjectContext::fetchFaxes(const QString &searchText, qsizety
                       bindings);
 }
 
-QList<QVariant> FXManagedObjectContext::scalarValues(const QString &sql)
+QVariant FXManagedObjectContext::scalarValue(const QString &sql, const QVariantList &bindings)
 {
     if (!usableHere())
-        return {};
+        return QVariant();
     saveIfNeeded();
-    QSqlQuery query(m_store);
-    QString why;
-    if (!query.prepare(sql) || !execute(query, &why) || !query.next())
-        return {};
-    return {query.value(0)};
-}
-
-qsizetype FXManagedObjectContext::countForFaxes(const QString &searchText)
-{
-    if (!usableHere())
-        return 0;
-    saveIfNeeded();
-    QString sql = QStringLiteral("SELECT count(*) FROM \"Fax\"");
-    QVariantList bindings;
-    if (!searchText.isEmpty())
-        sql += QStringLiteral(" WHERE ") + searchCondition(searchText, &bindings, m_listDates);
     QSqlQuery query(m_store);
     query.prepare(sql);
-    for (const QVariant &value : std::as_const(bindings))
+    for (const QVariant &value : bindings)
         query.addBindValue(value);
     QString why;
     if (!execute(query, &why)) {
         qCWarning(lcJournal).noquote() << "Journal query failed:" << why;
-        return 0;
+        return QVariant();
     }
-    if (!query.next())
-        return 0;
-    return query.value(0).toLongLong();
+    return query.next() ? query.value(0) : QVariant();
+}
+
+qsizetype FXManagedObjectContext::countForFaxes(const QString &searchText)
+{
+    QString sql = QStringLiteral("SELECT count(*) FROM \"Fax\"");
+    QVariantList bindings;
+    if (!searchText.isEmpty())
+        sql += QStringLiteral(" WHERE ") + searchCondition(searchText, &bindings, m_listDates);
+    return scalarValue(sql, bindings).toLongLong();
 }
 
 Fax FXManagedObjectContext::faxWithObjectID(qint64 objectID)

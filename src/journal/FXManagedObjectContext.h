@@ -108,8 +108,8 @@ private:
     DataPointer objectForRow(const FXEntityDescription &entity, const QSqlQuery &query);
     // How many of the newest faxes a search looks at first.
     static constexpr qsizetype kSearchWindow = 4000;
-    // The first column of the first row, or nothing.
-    QList<QVariant> scalarValues(const QString &sql);
+    // The first column of the first row; null when there is none.
+    QVariant scalarValue(const QString &sql, const QVariantList &bindings = {});
     template <typename Record>
     QList<Record> fetch(const QString &sql, const QVariantList &bindings);
     bool execute(QSqlQuery &query, QString *error) const;
