@@ -77,6 +77,8 @@ Catalog readCatalog(const QString &sourceBase, const QString &language)
             if (!type.isEmpty())
                 catalog.problems << QStringLiteral("%1: translation is %2").arg(key, type);
             const QString text = xml.readElementText();
+            if (!key.isEmpty() && text.trimmed().isEmpty())
+                catalog.problems << QStringLiteral("%1: empty translation").arg(key);
             if (!key.isEmpty())
                 catalog.texts.insert(key, text);
         }
