@@ -9,7 +9,6 @@
 #include "provider/VXTransfer.h"
 
 #include <QCryptographicHash>
-#include <QFile>
 #include <QLoggingCategory>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -37,6 +36,11 @@ void storeCredentials(const QString &username, const std::optional<QString> &pas
                                              QStringLiteral("voxaria Fax"), QString(), &error);
 }
 
+const QHash<QString, QString> kWireNames{{"initiate", "zentari.SessionInitiate"},
+                                         {"status", "zentari.SessionStatusGet"},
+                                         {"ownUriList", "zentari.OwnUriListGet"},
+                                         {"balance", "zentari.BalanceGet"}};
+
 void callMethod(VXRestConnection *connection, const QString &method, const QString &sessionID)
 {
     if (method == QLatin1String("initiate"))
@@ -48,17 +52,6 @@ void callMethod(VXRestConnection *connection, const QString &method, const QStri
         connection->ownUriList();
     else
         connection->balance();
-}
-
-QString wireName(const QString &method)
-{
-    if (method == QLatin1String("initiate"))
-        return QStringLiteral("zentari.SessionInitiate");
-    if (method == QLatin1String("status"))
-        return QStringLiteral("zentari.SessionStatusGet");
-    if (method == QLatin1String("ownUriList"))
-        return QStringLiteral("zentari.OwnUriListGet");
-    return QStringLiteral("zentari.BalanceGet");
 }
 
 QJsonObject lastRequest(const ProviderSimulator &sim, const QString &method)
@@ -147,8 +140,6 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("members");
         const QStringList three{"RemoteUri", "TOS", "Content"};
         const QStringList four{"LocalUri", "RemoteUri", "TOS", "Content"};
-        QTest::newRow("leading plus, no local line")
-            << "+4921155500123" << QVariant() << "sip:4921155500123@sip.voxaria.net" << three;
         QTest::newRow("every plus removed")
             << "+49+211+555" << QVariant() << "sip:49211555@sip.voxaria.net" << three;
         QTest::newRow("no plus") << "004930555" << QVariant() << "sip:004930555@sip.voxaria.net"
@@ -180,24 +171,12 @@ private Q_SLOTS:
             QCOMPARE(session["LocalUri"].toString(), localSipUri.toString());
     }
 
-    void documentArrivesUnchanged_data()
-    {
-        QTest::addColumn<QByteArray>("document");
-        QFile pdf(TestEnvironment::dataDir() + "/document/three-pages.pdf");
-        QVERIFY(pdf.open(QIODevice::ReadOnly));
-        QTest::newRow("a PDF") << pdf.readAll();
-        QByteArray everyByte;
-        for (int i = 0; i < 4096; ++i)
-            everyByte.append(char(i % 256));
-        QTest::newRow("every byte value, markup characters included") << everyByte;
-        QByteArray large(5 * 1024 * 1024, Qt::Uninitialized);
-        QRandomGenerator generator(4711);
-        generator.fillRange(reinterpret_cast<quint32 *>(large.data()), large.size() / 4);
-        QTest::newRow("five megabytes") << large;
-    }
+    // Five megabytes of random bytes: every byte value, markup characters included.
     void documentArrivesUnchanged()
     {
-        QFETCH(QByteArray, document);
+        QByteArray document(5 * 1024 * 1024, Qt::Uninitialized);
+        QRandomGenerator generator(4711);
+        generator.fillRange(reinterpret_cast<quint32 *>(document.data()), document.size() / 4);
         RecordingRestDelegate delegate;
         QVERIFY(runToCompletion(delegate, [&](VXRestConnection *c) {
             c->sendFaxFileData(document, QStringLiteral("+4930555"));
@@ -258,7 +237,7 @@ private Q_SLOTS:
         if (fault == QLatin1String("wrong-password"))
             storeCredentials(kUser, QStringLiteral("wrong"));
         else if (!fault.isEmpty())
-            QVERIFY(m_sim->setFaults({{wireName(method), fault}}));
+            QVERIFY(m_sim->setFaults({{kWireNames.value(method), fault}}));
 
         LogCapture logs;
         RecordingRestDelegate delegate;
@@ -276,21 +255,13 @@ private Q_SLOTS:
         if (!notLogged.isEmpty())
             QVERIFY2(!logs.contains(notLogged), qPrintable(logs.messages().join('\n')));
 
-        // What a success hands on is the whole answer.
-        if (fault.isEmpty() || fault == QLatin1String("garbage")) {
-            const XmlRpcValue &value = delegate.events.first().value;
-            if (method == QLatin1String("balance")) {
-                QCOMPARE(value["CurrentBalance"]["TotalIncludingVat"].toDouble(), 23.42);
-                QCOMPARE(value["CurrentBalance"]["Currency"].toString(), QStringLiteral("EUR"));
-                QCOMPARE(value["StatusCode"].toInt(), 200);
-            } else if (method == QLatin1String("ownUriList")) {
-                QCOMPARE(value["OwnUriList"].size(), 3);
-                QCOMPARE(value["OwnUriList"][1]["E164Out"].toString(),
-                         QStringLiteral("4921155500199"));
-            } else if (method == QLatin1String("status")) {
-                QCOMPARE(delegate.events.first().argument, sessionID);
-                QCOMPARE(value["SessionStatus"].toString(), QStringLiteral("sending"));
-            }
+        // What a status success hands on is the whole answer, for the session asked about.
+        // (Balance and line list: tst_preferencescontroller.)
+        if (method == QLatin1String("status")
+            && (fault.isEmpty() || fault == QLatin1String("garbage"))) {
+            QCOMPARE(delegate.events.first().argument, sessionID);
+            QCOMPARE(delegate.events.first().value["SessionStatus"].toString(),
+                     QStringLiteral("sending"));
         }
     }
 

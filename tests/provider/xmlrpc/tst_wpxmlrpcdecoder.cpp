@@ -76,8 +76,6 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("document");
         QTest::addColumn<XmlRpcValue>("expected");
 
-        QTest::newRow("int") << response("<value><int>42</int></value>") << XmlRpcValue(42);
-        QTest::newRow("i4 negative") << response("<value><i4>-17</i4></value>") << XmlRpcValue(-17);
         QTest::newRow("i4 beyond 32 bits")
             << response("<value><i4>2147483648</i4></value>") << XmlRpcValue(2147483648LL);
         QTest::newRow("int with trailing letters")
@@ -87,8 +85,6 @@ private Q_SLOTS:
         QTest::newRow("int beyond 64 bits clamps")
             << response("<value><int>-99999999999999999999</int></value>")
             << XmlRpcValue(std::numeric_limits<qint64>::min());
-        QTest::newRow("double") << response("<value><double>-12.5e1</double></value>")
-                                << XmlRpcValue(-125.0);
         QTest::newRow("double with unit")
             << response("<value><double>1.5kg</double></value>") << XmlRpcValue(1.5);
         QTest::newRow("double out of range")
@@ -96,8 +92,6 @@ private Q_SLOTS:
             << XmlRpcValue(std::numeric_limits<double>::infinity());
         QTest::newRow("double underflow")
             << response("<value><double>-1e-999</double></value>") << XmlRpcValue(-0.0);
-        QTest::newRow("boolean 1")
-            << response("<value><boolean>1</boolean></value>") << XmlRpcValue(true);
         QTest::newRow("boolean true is false")
             << response("<value><boolean>true</boolean></value>") << XmlRpcValue(false);
         QTest::newRow("string trimmed")
@@ -122,30 +116,19 @@ private Q_SLOTS:
         QTest::newRow("impossible date")
             << response("<value><dateTime.iso8601>20260230T09:07:38</dateTime.iso8601></value>")
             << XmlRpcValue();
-        QTest::newRow("base64 with line breaks")
-            << response("<value><base64>\nYW55IGNh\ncm5hbCBw\nbGVhcw==\n</base64></value>")
-            << XmlRpcValue::fromBytes("any carnal pleas");
         QTest::newRow("base64 with foreign characters")
             << response("<value><base64>YW*55$IG\xc3\xa4NhcQ=IGNh</base64></value>")
             << XmlRpcValue::fromBytes("any caq");
         QTest::newRow("base64 lone last digit")
             << response("<value><base64>YW55I</base64></value>") << XmlRpcValue::fromBytes("any");
-        QTest::newRow("member order kept")
-            << response("<value><struct>" + member("z", "1") + member("a", "2") + member("m", "3")
-                        + "</struct></value>")
-            << XmlRpcValue(XmlRpcMap{{"z", "1"}, {"a", "2"}, {"m", "3"}});
         QTest::newRow("repeated member replaces in place")
             << response("<value><struct>" + member("a", "1") + member("b", "2") + member("a", "3")
                         + "</struct></value>")
             << XmlRpcValue(XmlRpcMap{{"a", "3"}, {"b", "2"}});
-        QTest::newRow("undecodable date removes the member") << response(
-            "<value><struct>" + member("a", "1")
-            + member("when", "<dateTime.iso8601>soon</dateTime.iso8601>")
-            + member("when", "<dateTime.iso8601>later</dateTime.iso8601>") + "</struct></value>")
-                                                             << XmlRpcValue(XmlRpcMap{{"a", "1"}});
-        QTest::newRow("date removes an earlier member of that name")
+        QTest::newRow("undecodable date removes the member, again when absent")
             << response("<value><struct>" + member("when", "x") + member("a", "1")
                         + member("when", "<dateTime.iso8601>never</dateTime.iso8601>")
+                        + member("when", "<dateTime.iso8601>later</dateTime.iso8601>")
                         + "</struct></value>")
             << XmlRpcValue(XmlRpcMap{{"a", "1"}});
         QTest::newRow("members without name or value are ignored")
@@ -157,15 +140,6 @@ private Q_SLOTS:
             << response("<value><array><data><value><dateTime.iso8601>x</dateTime.iso8601>"
                         "</value><value>1</value></data></array></value>")
             << XmlRpcValue(XmlRpcList{XmlRpcValue(), "1"});
-        QTest::newRow("structs in arrays in structs")
-            << response("<value><struct>"
-                        + member("list", "<array><data><value><struct>" + member("x", "<i4>1</i4>")
-                                             + "</struct></value><value><array><data>"
-                                               "</data></array></value></data></array>")
-                        + member("empty", "<struct></struct>") + "</struct></value>")
-            << XmlRpcValue(
-                   XmlRpcMap{{"list", XmlRpcList{XmlRpcMap{{"x", 1}}, XmlRpcValue(XmlRpcList())}},
-                             {"empty", XmlRpcMap()}});
         QTest::newRow("only the first parameter")
             << response("<value><i4>1</i4></value></param><param><value><i4>2</i4></value>")
             << XmlRpcValue(1);
@@ -176,17 +150,6 @@ private Q_SLOTS:
                           "<param><value>Gr\xfc\xdf"
                           "e</value></param></params></methodResponse>")
             << XmlRpcValue(QStringLiteral("Grüße"));
-        QTest::newRow("UTF-16 with byte order mark")
-            << QByteArray("\xff\xfe")
-                   + utf16(QStringLiteral("<methodResponse><params><param><value>\u00fc</value>"
-                                          "</param></params></methodResponse>"))
-            << XmlRpcValue(QStringLiteral("ü"));
-        QTest::newRow("leading garbage is cut")
-            << "Warning: something\n" + response("<value><i4>5</i4></value>") << XmlRpcValue(5);
-        QTest::newRow("truncated after the value is closed")
-            << QByteArray("<?xml version=\"1.0\"?><methodResponse><params><param>"
-                          "<value><i4>5</i4></value>")
-            << XmlRpcValue(5);
         // Larger than the parser's slices, with characters of every UTF-8 length across them.
         const QString large = QStringLiteral("äb€😀 <&").repeated(200000);
         QTest::newRow("large text across slices") << response(
@@ -194,6 +157,43 @@ private Q_SLOTS:
             + " \n</string></value>") << XmlRpcValue(large);
         QTest::newRow("not XML-RPC")
             << QByteArray("<html><body>502</body></html>") << XmlRpcValue();
+
+        // Long runs of base-64 digits skip the parser when they follow a start tag; wherever
+        // else they stand, the parser must see them as usual.
+        const QByteArray run = QByteArray("YW55IGNhcm5hbCBwbGVhcw+/").repeated(20);
+        const QByteArray big = QByteArray("QUJD").repeated(400000);
+        QTest::newRow("run in a string") << response("<value><string>" + run + "</string></value>")
+                                         << XmlRpcValue(run.constData());
+        QTest::newRow("base64 across slices")
+            << response("<value><base64>" + big + "</base64></value>")
+            << XmlRpcValue::fromBytes(QByteArray("ABC").repeated(400000));
+        QTest::newRow("run as member name")
+            << response("<value><struct><member><name>" + run
+                        + "</name><value>1</value></member>"
+                          "</struct></value>")
+            << XmlRpcValue(XmlRpcMap{{QString::fromLatin1(run), "1"}});
+        QTest::newRow("run followed by references and line ends")
+            << response("<value><string>" + run + "&amp;\r\n" + run + "</string></value>")
+            << XmlRpcValue((run + "&\n" + run).constData());
+        QTest::newRow("run in a comment")
+            << response("<value><string><!--x>" + run + "-->y</string></value>")
+            << XmlRpcValue("y");
+        QTest::newRow("run in CDATA") << response("<value><![CDATA[x>" + run + "]]></value>")
+                                      << XmlRpcValue(("x>" + run).constData());
+        QTest::newRow("run in an attribute")
+            << response("<value><string a=\"x>" + run + "\">y</string></value>")
+            << XmlRpcValue("y");
+        QTest::newRow("run after an end tag")
+            << response("<value><array><data><value>1</value>" + run + "</data></array></value>")
+            << XmlRpcValue(XmlRpcList{"1"});
+        QTest::newRow("run after an empty element")
+            << response("<value><array><data><value/>" + run + "</data></array></value>")
+            << XmlRpcValue(XmlRpcList{""});
+        QTest::newRow("UTF-16 with byte order mark, run included")
+            << QByteArray("\xff\xfe")
+                   + utf16("<methodResponse><params><param><value>" + QString::fromLatin1(run)
+                           + "\u00fc</value></param></params></methodResponse>")
+            << XmlRpcValue(QString::fromLatin1(run) + QStringLiteral("\u00fc"));
     }
     void documents()
     {
@@ -207,66 +207,8 @@ private Q_SLOTS:
         QCOMPARE(decoder.originalData(), document);
     }
 
-    // Long runs of base-64 digits skip the parser when they follow a start tag; wherever else
-    // they stand, the parser must see them as usual.
-    void plainRuns_data()
-    {
-        QTest::addColumn<QByteArray>("document");
-        QTest::addColumn<XmlRpcValue>("expected");
-
-        const QByteArray run = QByteArray("YW55IGNhcm5hbCBwbGVhcw+/").repeated(20);
-        const QByteArray big = QByteArray("QUJD").repeated(400000);
-        QTest::newRow("string") << response("<value><string>" + run + "</string></value>")
-                                << XmlRpcValue(run.constData());
-        QTest::newRow("untyped") << response("<value>" + run + "</value>")
-                                 << XmlRpcValue(run.constData());
-        QTest::newRow("base64 across slices")
-            << response("<value><base64>" + big + "</base64></value>")
-            << XmlRpcValue::fromBytes(QByteArray("ABC").repeated(400000));
-        QTest::newRow("member name") << response("<value><struct><member><name>" + run
-                                                 + "</name><value>1</value></member>"
-                                                   "</struct></value>")
-                                     << XmlRpcValue(XmlRpcMap{{QString::fromLatin1(run), "1"}});
-        QTest::newRow("followed by references and line ends")
-            << response("<value><string>" + run + "&amp;\r\n" + run + "</string></value>")
-            << XmlRpcValue((run + "&\n" + run).constData());
-        QTest::newRow("in a comment")
-            << response("<value><string><!--x>" + run + "-->y</string></value>")
-            << XmlRpcValue("y");
-        QTest::newRow("in CDATA") << response("<value><![CDATA[x>" + run + "]]></value>")
-                                  << XmlRpcValue(("x>" + run).constData());
-        QTest::newRow("in an attribute")
-            << response("<value><string a=\"x>" + run + "\">y</string></value>")
-            << XmlRpcValue("y");
-        QTest::newRow("after an end tag")
-            << response("<value><array><data><value>1</value>" + run + "</data></array></value>")
-            << XmlRpcValue(XmlRpcList{"1"});
-        QTest::newRow("after an empty element")
-            << response("<value><array><data><value/>" + run + "</data></array></value>")
-            << XmlRpcValue(XmlRpcList{""});
-        QTest::newRow("UTF-16") << QByteArray("\xff\xfe")
-                                       + utf16("<methodResponse><params><param><value>"
-                                               + QString::fromLatin1(run)
-                                               + "</value></param></params></methodResponse>")
-                                << XmlRpcValue(run.constData());
-        QTest::newRow("cut off inside the run")
-            << QByteArray("<?xml version=\"1.0\"?><methodResponse><params><param><value>") + run
-            << XmlRpcValue();
-    }
-    void plainRuns()
-    {
-        QFETCH(QByteArray, document);
-        QFETCH(XmlRpcValue, expected);
-        QCOMPARE(WPXMLRPCDecoder(document).object(), expected);
-    }
-
     void recordedResponses()
     {
-        const WPXMLRPCDecoder status(fixture("session-status-response.xml"));
-        QCOMPARE(status.object()["SessionStatus"].toString(), QStringLiteral("failed"));
-        QCOMPARE(status.object()["StatusCode"].toInt(), 486);
-        QCOMPARE(status.object()["Timestamp"].toDateTime(), utc(2026, 11, 12, 9, 7, 38));
-
         const WPXMLRPCDecoder balance(fixture("balance-response.xml"));
         QCOMPARE(balance.object().keys(),
                  QStringList({"StatusCode", "StatusString", "CurrentBalance"}));
@@ -281,22 +223,15 @@ private Q_SLOTS:
         QCOMPARE(list[0]["TOS"][1].toString(), QStringLiteral("fax"));
         QCOMPARE(list[1]["UriAlias"].toString(), QString(""));
         QCOMPARE(list[1]["E164Out"].toString(), QStringLiteral("4921155509876"));
-        QVERIFY(list[2].isNull());
-        QVERIFY(uris.object()["Missing"]["Deeper"][3].isNull());
     }
 
     void methodCall()
     {
         const WPXMLRPCDecoder decoder(
-            "<?xml version=\"1.0\"?><methodCall><methodName> a&#38;b </methodName><params>"
-            "<param><value><i4>1</i4></value></param><param><value>x</value></param>"
-            "</params></methodCall>");
+            "<methodCall><methodName> a&#38;b </methodName></methodCall>");
         QCOMPARE(decoder.methodName(), QStringLiteral("a&b"));
         QCOMPARE(decoder.object(),
-                 XmlRpcValue(XmlRpcMap{{"methodName", "a&b"}, {"params", XmlRpcList{1, "x"}}}));
-        const WPXMLRPCDecoder noParams("<methodCall><methodName>m</methodName></methodCall>");
-        QCOMPARE(noParams.object(),
-                 XmlRpcValue(XmlRpcMap{{"methodName", "m"}, {"params", XmlRpcList()}}));
+                 XmlRpcValue(XmlRpcMap{{"methodName", "a&b"}, {"params", XmlRpcList()}}));
     }
 
     void faultsAndErrors_data()
@@ -343,6 +278,11 @@ private Q_SLOTS:
                           "<string>abc")
             << false << qint64(0) << "" << error << qint64(WPXMLRPCDecoder::ParseError)
             << "The data doesn't look like a valid XML-RPC response";
+        QTest::newRow("cut off inside a run of base-64 digits")
+            << QByteArray("<?xml version=\"1.0\"?><methodResponse><params><param><value>")
+                   + QByteArray("YW55IGNhcm5hbCBwbGVhcw+/").repeated(20)
+            << false << qint64(0) << "" << error << qint64(WPXMLRPCDecoder::ParseError)
+            << "The data doesn't look like a valid XML-RPC response";
         QTest::newRow("empty") << QByteArray("") << false << qint64(0) << "" << error
                                << qint64(WPXMLRPCDecoder::ParseError)
                                << "The data doesn't look like a valid XML-RPC response";
@@ -387,14 +327,8 @@ private Q_SLOTS:
         QTest::newRow("truncated inside a closing tag of the frame")
             << head + "<params><param><value>1</value></param></par"
             << head + "<params><param><value>1</value></param></params></methodResponse>";
-        QTest::newRow("truncated inside the last closing tag")
-            << head + "<params><param><value>1</value></param></params></method"
-            << head + "<params><param><value>1</value></param></params></methodResponse>";
         QTest::newRow("fault truncated after the struct")
             << head + "<fault><value><struct></struct></val"
-            << head + "<fault><value><struct></struct></value></fault></methodResponse>";
-        QTest::newRow("fault truncated after its value")
-            << head + "<fault><value><struct></struct></value></fa"
             << head + "<fault><value><struct></struct></value></fault></methodResponse>";
         QTest::newRow("unknown fragment gets every closing tag")
             << head + "<params><param><value><string>ab"

@@ -1,5 +1,4 @@
 #include "TestEnvironment.h"
-#include "provider/xmlrpc/WPBase64Utils.h"
 #include "provider/xmlrpc/WPXMLRPCEncoder.h"
 
 #include <QBuffer>
@@ -83,8 +82,6 @@ private Q_SLOTS:
 
         const QDateTime date(QDate(2026, 11, 12), QTime(10, 7, 38, 999), QTimeZone(3600));
 
-        QTest::newRow("no parameters")
-            << "zentari.BalanceGet" << XmlRpcValue(XmlRpcList()) << call("zentari.BalanceGet", "");
         QTest::newRow("method name escaped without a value tag")
             << "a&b<c>\"'" << XmlRpcValue(XmlRpcList()) << call("a&#38;b&#60;c&#62;\"'", "");
         QTest::newRow("scalars") << "m"
@@ -115,29 +112,6 @@ private Q_SLOTS:
             << "m" << XmlRpcValue(XmlRpcList{"a&b<c>d\"e'f &#38; &amp;"})
             << call("m", param("<value><string>a&#38;b&#60;c&#62;d\"e'f &#38;#38; &#38;amp;"
                                "</string></value>"));
-        QTest::newRow("unicode as UTF-8")
-            << "m" << XmlRpcValue(XmlRpcList{QStringLiteral("Grüße 日本 \U0001F600")})
-            << call("m", param("<value><string>Gr\xc3\xbc\xc3\x9f"
-                               "e \xe6\x97\xa5\xe6\x9c\xac \xf0\x9f\x98\x80</string></value>"));
-        QTest::newRow("bytes")
-            << "m" << XmlRpcValue(XmlRpcList{XmlRpcValue::fromBytes("any carnal pleas")})
-            << call("m", param("<value><base64>YW55IGNhcm5hbCBwbGVhcw==</base64></value>"));
-        QTest::newRow("session initiate keeps member order")
-            << "zentari.SessionInitiate"
-            << XmlRpcValue(XmlRpcList{XmlRpcMap{{"LocalUri", "sip:1@x"},
-                                                {"RemoteUri", "sip:4930@x"},
-                                                {"TOS", "fax"},
-                                                {"Content", "JVBERi0="}}})
-            << call("zentari.SessionInitiate",
-                    param("<value><struct>"
-                          "<member><name>LocalUri</name><value><string>sip:1@x</string></value>"
-                          "</member>"
-                          "<member><name>RemoteUri</name><value><string>sip:4930@x</string>"
-                          "</value></member>"
-                          "<member><name>TOS</name><value><string>fax</string></value></member>"
-                          "<member><name>Content</name><value><string>JVBERi0=</string></value>"
-                          "</member>"
-                          "</struct></value>"));
         QTest::newRow("nesting")
             << "m"
             << XmlRpcValue(XmlRpcList{XmlRpcValue(XmlRpcList{
@@ -170,39 +144,6 @@ private Q_SLOTS:
         buffer.open(QIODevice::WriteOnly);
         QVERIFY(encoder.encodeToDevice(&buffer));
         QCOMPARE(buffer.data(), expected);
-    }
-
-    void responses_data()
-    {
-        QTest::addColumn<bool>("fault");
-        QTest::addColumn<XmlRpcValue>("content");
-        QTest::addColumn<QByteArray>("expected");
-
-        QTest::newRow("params")
-            << false << XmlRpcValue(XmlRpcList{XmlRpcMap{{"SessionID", "abc"}}, 7})
-            << kHeader
-                   + "<methodResponse><params><param><value><struct><member><name>SessionID"
-                     "</name><value><string>abc</string></value></member></struct></value>"
-                     "</param><param><value><i4>7</i4></value></param></params>"
-                     "</methodResponse>";
-        QTest::newRow("fault")
-            << true << XmlRpcValue(XmlRpcList{4, "Too many parameters & more"})
-            << kHeader
-                   + "<methodResponse><fault><value><struct><member><name>faultCode</name>"
-                     "<value><i4>4</i4></value></member><member><name>faultString</name>"
-                     "<value><string>Too many parameters &#38; more</string></value>"
-                     "</member></struct></value></fault></methodResponse>";
-    }
-    void responses()
-    {
-        QFETCH(bool, fault);
-        QFETCH(XmlRpcValue, content);
-        QFETCH(QByteArray, expected);
-
-        const WPXMLRPCEncoder encoder =
-            fault ? WPXMLRPCEncoder::initWithResponseFaultCode(content[0], content[1].toString())
-                  : WPXMLRPCEncoder::initWithResponseParams(content.toList());
-        QCOMPARE(encoder.dataEncodedWithError(), expected);
     }
 
     // Sources are read in 18000-byte chunks; the chunk encodings joined must equal the
@@ -252,16 +193,6 @@ private Q_SLOTS:
         process->waitForFinished();
     }
 
-    void chunksAreEighteenThousandBytes()
-    {
-        QBuffer buffer;
-        buffer.setData(randomBytes(2 * 18000 + 5));
-        QList<qsizetype> sizes;
-        QVERIFY(WPBase64Utils::encodeInputStream(
-            &buffer, [&sizes](const QByteArray &chunk) { sizes.append(chunk.size()); }));
-        QCOMPARE(sizes, (QList<qsizetype>{24000, 24000, 8}));
-    }
-
     void scratchFileLivesInTheCacheFolderAndIsRemoved()
     {
         QCOMPARE(WPXMLRPCEncoder::scratchFolder(),
@@ -306,17 +237,6 @@ private Q_SLOTS:
         qputenv("XDG_CACHE_HOME", cache);
         QVERIFY(document.isNull());
         QCOMPARE(error.code, qint64(WPXMLRPCEncoder::ScratchFileError));
-    }
-
-    void encodeToFileWritesTheSameBytes()
-    {
-        const WPXMLRPCEncoder encoder = WPXMLRPCEncoder::initWithMethod(
-            "zentari.SessionStatusGet", {XmlRpcMap{{"SessionID", "a&b"}}});
-        const QString target = TestEnvironment::root() + "/status.xml";
-        QVERIFY(encoder.encodeToFile(target));
-        QFile file(target);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), encoder.dataEncodedWithError());
     }
 };
 
