@@ -9,6 +9,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <functional>
+
 #include <cups/backend.h>
 
 #include <fcntl.h>
@@ -28,20 +30,16 @@ const QByteArray localJob =
     "number-up=1 job-uuid=urn:uuid:2a3b job-originating-host-name=localhost "
     "time-at-creation=1795276437";
 
-enum class Spool {
-    RootIsFile,
-    RootParentMissing,
-    RootGroupWritable,
-    RootOwnedByUser,
-    RootIsLink,
-    UserFolderOfAnotherUser,
-    UserFolderIsLink,
-    UserFolderIsFile,
-};
+using Setup = std::function<bool()>;
+
+bool changeOwner(const QString &file, uid_t uid, gid_t gid)
+{
+    return ::chown(QFile::encodeName(file).constData(), uid, gid) == 0;
+}
 
 } // namespace
 
-Q_DECLARE_METATYPE(Spool)
+Q_DECLARE_METATYPE(Setup)
 
 class TestFaxolinoBackend : public QObject
 {
@@ -55,6 +53,8 @@ private:
 
     QString path(const QString &relative) const { return m_dir->filePath(relative); }
     QString userFolder() const { return m_spoolRoot + QLatin1Char('/') + QString::number(m_uid); }
+    // A folder of the user's that a link in the spool may point to.
+    QString elsewhere() const { return path(QStringLiteral("elsewhere")); }
 
     bool writeFile(const QString &relative, const QByteArray &bytes) const
     {
@@ -62,56 +62,50 @@ private:
         return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
     }
 
-    // Runs the backend with exactly these argument bytes; input is a file name, "-" for
-    // standard input from the document, or empty for none.
-    int runBackend(const QList<QByteArray> &arguments, const QString &input = {})
+    // Runs the backend with exactly these argument bytes and the document as a file name or on
+    // standard input.
+    int runBackend(QList<QByteArray> arguments, bool onStandardInput = false)
     {
-        const QByteArray program = FAXOLINO_BACKEND_BINARY;
-        QList<QByteArray> argvBytes{QByteArrayLiteral("faxolino:/")};
-        argvBytes += arguments;
-        if (!input.isEmpty() && input != QLatin1String("-"))
-            argvBytes.append(QFile::encodeName(input));
-        std::vector<char *> argv;
-        for (QByteArray &argument : argvBytes)
-            argv.push_back(argument.data());
-        argv.push_back(nullptr);
-
-        QList<QByteArray> envBytes;
+        const QByteArray document = QFile::encodeName(path(QStringLiteral("doc.pdf")));
+        arguments.prepend("faxolino:/");
+        if (!onStandardInput)
+            arguments.append(document);
+        QList<QByteArray> environment;
         for (char **entry = environ; *entry; ++entry) {
             if (!QByteArray(*entry).startsWith("CUPS_")
                 && !QByteArray(*entry).startsWith("FAXOLINO_"))
-                envBytes.append(*entry);
+                environment.append(*entry);
         }
-        envBytes.append("FAXOLINO_SPOOL_ROOT=" + QFile::encodeName(m_spoolRoot));
-        std::vector<char *> envp;
-        for (QByteArray &entry : envBytes)
-            envp.push_back(entry.data());
-        envp.push_back(nullptr);
+        environment.append("FAXOLINO_SPOOL_ROOT=" + QFile::encodeName(m_spoolRoot));
+        const auto pointers = [](QList<QByteArray> &strings) {
+            std::vector<char *> result;
+            for (QByteArray &string : strings)
+                result.push_back(string.data());
+            result.push_back(nullptr);
+            return result;
+        };
+        std::vector<char *> argv = pointers(arguments), envp = pointers(environment);
 
-        const QByteArray stdinFile = input == QLatin1String("-")
-                                         ? QFile::encodeName(path(QStringLiteral("doc.pdf")))
-                                         : QByteArray("/dev/null");
         const QByteArray logFile = QFile::encodeName(path(QStringLiteral("backend.log")));
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, 0, stdinFile.constData(), O_RDONLY, 0);
+        posix_spawn_file_actions_addopen(
+            &actions, 0, onStandardInput ? document.constData() : "/dev/null", O_RDONLY, 0);
         posix_spawn_file_actions_addopen(&actions, 2, logFile.constData(),
                                          O_WRONLY | O_CREAT | O_APPEND, 0600);
         pid_t pid = 0;
         const int spawned =
-            posix_spawn(&pid, program.constData(), &actions, nullptr, argv.data(), envp.data());
+            posix_spawn(&pid, FAXOLINO_BACKEND_BINARY, &actions, nullptr, argv.data(), envp.data());
         posix_spawn_file_actions_destroy(&actions);
-        if (spawned != 0)
-            return -1;
         int status = 0;
-        if (waitpid(pid, &status, 0) != pid || !WIFEXITED(status))
+        if (spawned != 0 || waitpid(pid, &status, 0) != pid || !WIFEXITED(status))
             return -1;
         return WEXITSTATUS(status);
     }
 
     int printAsNobody(const QByteArray &title = "report", const QByteArray &options = localJob)
     {
-        return runBackend({"42", "nobody", title, "1", options}, path(QStringLiteral("doc.pdf")));
+        return runBackend({"42", "nobody", title, "1", options});
     }
 
     QStringList entriesBelow(const QString &folder) const
@@ -126,9 +120,24 @@ private:
         return entries;
     }
 
-    QStringList documentsAnywhere() const
+    static QByteArray readAll(const QString &file)
     {
-        return entriesBelow(m_dir->path()).filter(QStringLiteral("job-"));
+        QFile f(file);
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+    }
+
+    // "owner mode" of a file, mode in octal.
+    static QString ownerAndMode(const QString &file)
+    {
+        struct stat info;
+        if (::stat(QFile::encodeName(file).constData(), &info) != 0)
+            return QString();
+        return QStringLiteral("%1 %2").arg(info.st_uid).arg(info.st_mode & 07777, 0, 8);
+    }
+
+    bool makeUserFolder() const
+    {
+        return QDir().mkpath(userFolder()) && changeOwner(userFolder(), m_uid, m_gid);
     }
 
 private Q_SLOTS:
@@ -168,7 +177,6 @@ private Q_SLOTS:
         QTest::newRow("parent folders") << QByteArray("../../.bashrc") << localJob;
         QTest::newRow("absolute path") << QByteArray("/etc/cron.d/fax") << localJob;
         QTest::newRow("command substitution") << "$(touch " + marker + ")" << localJob;
-        QTest::newRow("backticks") << "`touch " + marker + "`" << localJob;
         QTest::newRow("newlines") << QByteArray("a\nERROR: fake\r\nb") << localJob;
         QTest::newRow("10 KB") << QByteArray(10 * 1024, 'x') << localJob;
         QTest::newRow("invalid UTF-8") << QByteArray("\xff\xfe\xc3\x28 fax") << localJob;
@@ -195,17 +203,10 @@ private Q_SLOTS:
         QCOMPARE(entriesBelow(m_dir->path()), expected);
         QVERIFY(!QFile::exists(TestEnvironment::root() + QStringLiteral("/backend-ran")));
         QCOMPARE(readAll(path(job)), document);
-
-        struct stat info;
-        QCOMPARE(::stat(QFile::encodeName(path(job)).constData(), &info), 0);
-        QCOMPARE(info.st_uid, m_uid); // written after the drop, not by root
-        QCOMPARE(info.st_mode & 07777, mode_t(0600));
-        QCOMPARE(::stat(QFile::encodeName(userFolder()).constData(), &info), 0);
-        QCOMPARE(info.st_uid, m_uid);
-        QCOMPARE(info.st_mode & 07777, mode_t(0700));
-        QCOMPARE(::stat(QFile::encodeName(m_spoolRoot).constData(), &info), 0);
-        QCOMPARE(info.st_uid, uid_t(0));
-        QCOMPARE(info.st_mode & 07777, mode_t(0711));
+        // Written after the drop, not by root.
+        QCOMPARE(ownerAndMode(path(job)), QStringLiteral("%1 600").arg(m_uid));
+        QCOMPARE(ownerAndMode(userFolder()), QStringLiteral("%1 700").arg(m_uid));
+        QCOMPARE(ownerAndMode(m_spoolRoot), QStringLiteral("0 711"));
     }
 
     void documentContent_data()
@@ -213,8 +214,6 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("content");
         QTest::addColumn<bool>("onStandardInput");
         QTest::addColumn<int>("code");
-        QTest::newRow("file") << document << false << int(CUPS_BACKEND_OK);
-        QTest::newRow("standard input") << document << true << int(CUPS_BACKEND_OK);
         QTest::newRow("printer commands before the header")
             << QByteArray(900, '\x1b') + document << true << int(CUPS_BACKEND_OK);
         QTest::newRow("large") << document + QByteArray(3 * 1024 * 1024, ' ') << true
@@ -231,10 +230,7 @@ private Q_SLOTS:
         QFETCH(int, code);
         QVERIFY(writeFile(QStringLiteral("doc.pdf"), content));
 
-        QCOMPARE(
-            runBackend({"42", "nobody", "t", "1", localJob},
-                       onStandardInput ? QStringLiteral("-") : path(QStringLiteral("doc.pdf"))),
-            code);
+        QCOMPARE(runBackend({"42", "nobody", "t", "1", localJob}, onStandardInput), code);
 
         const QStringList left = entriesBelow(userFolder());
         if (code == CUPS_BACKEND_OK) {
@@ -245,112 +241,81 @@ private Q_SLOTS:
         }
     }
 
-    void refusedJobs_data()
+    // Only jobs of ordinary users printed on this computer are taken; a refused one leaves
+    // no spool behind.
+    void jobsByUserAndOrigin_data()
     {
         QTest::addColumn<QByteArray>("jobId");
         QTest::addColumn<QByteArray>("user");
         QTest::addColumn<QByteArray>("options");
+        QTest::addColumn<int>("code");
+        const auto row = [](const char *name, const QByteArray &jobId, const QByteArray &user,
+                            const QByteArray &options,
+                            int code) { QTest::newRow(name) << jobId << user << options << code; };
         const QByteArray fromHost = "number-up=1 job-originating-host-name=";
-        QTest::newRow("root") << QByteArray("42") << QByteArray("root") << localJob;
-        QTest::newRow("unknown user")
-            << QByteArray("42") << QByteArray("faxolino-no-such-user") << localJob;
-        QTest::newRow("remote address")
-            << QByteArray("42") << QByteArray("nobody") << fromHost + "192.0.2.7";
-        QTest::newRow("remote name")
-            << QByteArray("42") << QByteArray("nobody") << fromHost + "localhost.attacker.example";
-        QTest::newRow("origin unknown")
-            << QByteArray("42") << QByteArray("nobody") << QByteArray("number-up=1");
-        QTest::newRow("two origins")
-            << QByteArray("42") << QByteArray("nobody") << fromHost + "192.0.2.7 " + localJob;
-        QTest::newRow("job id with a path")
-            << QByteArray("../42") << QByteArray("nobody") << localJob;
+        const int refused = CUPS_BACKEND_CANCEL;
+        row("root", "42", "root", localJob, refused);
+        row("unknown user", "42", "faxolino-no-such-user", localJob, refused);
+        row("remote address", "42", "nobody", fromHost + "192.0.2.7", refused);
+        row("remote name", "42", "nobody", fromHost + "localhost.attacker.example", refused);
+        row("origin unknown", "42", "nobody", "number-up=1", refused);
+        row("two origins", "42", "nobody", fromHost + "192.0.2.7 " + localJob, refused);
+        row("job id with a path", "../42", "nobody", localJob, refused);
+        row("IPv4 loopback", "42", "nobody", fromHost + "127.0.0.1", CUPS_BACKEND_OK);
+        row("IPv6 loopback", "42", "nobody", fromHost + "::1", CUPS_BACKEND_OK);
     }
-    void refusedJobs()
+    void jobsByUserAndOrigin()
     {
         QFETCH(QByteArray, jobId);
         QFETCH(QByteArray, user);
         QFETCH(QByteArray, options);
-
-        QCOMPARE(runBackend({jobId, user, "t", "1", options}, path(QStringLiteral("doc.pdf"))),
-                 int(CUPS_BACKEND_CANCEL));
-        QVERIFY(!QFileInfo::exists(m_spoolRoot));
-    }
-
-    void localOrigins_data()
-    {
-        QTest::addColumn<QByteArray>("host");
-        QTest::newRow("name") << QByteArray("localhost");
-        QTest::newRow("IPv4") << QByteArray("127.0.0.1");
-        QTest::newRow("IPv6") << QByteArray("::1");
-    }
-    void localOrigins()
-    {
-        QFETCH(QByteArray, host);
-        QCOMPARE(printAsNobody("t", "job-originating-host-name=" + host), int(CUPS_BACKEND_OK));
+        QFETCH(int, code);
+        QCOMPARE(runBackend({jobId, user, "t", "1", options}), code);
+        QCOMPARE(QFileInfo::exists(m_spoolRoot), code == CUPS_BACKEND_OK);
     }
 
     // The job stays with the scheduler for a later attempt; nothing is written anywhere.
     void unusableSpoolKeepsTheJob_data()
     {
-        QTest::addColumn<Spool>("spool");
-        QTest::newRow("root is a file") << Spool::RootIsFile;
-        QTest::newRow("root's parent missing") << Spool::RootParentMissing;
-        QTest::newRow("root writable by its group") << Spool::RootGroupWritable;
-        QTest::newRow("root owned by a user") << Spool::RootOwnedByUser;
-        QTest::newRow("root is a link") << Spool::RootIsLink;
-        QTest::newRow("user folder of another user") << Spool::UserFolderOfAnotherUser;
-        QTest::newRow("user folder is a link") << Spool::UserFolderIsLink;
-        QTest::newRow("user folder is a file") << Spool::UserFolderIsFile;
+        QTest::addColumn<Setup>("setup");
+        const auto withRoot = [this](const Setup &then) {
+            return Setup([this, then] { return QDir().mkpath(m_spoolRoot) && then(); });
+        };
+        QTest::newRow("root is a file")
+            << Setup([this] { return writeFile(QStringLiteral("spool"), "x"); });
+        QTest::newRow("root's parent missing") << Setup([this] {
+            m_spoolRoot = path(QStringLiteral("missing/spool"));
+            return true;
+        });
+        QTest::newRow("root writable by its group") << withRoot(
+            [this] { return ::chmod(QFile::encodeName(m_spoolRoot).constData(), 0775) == 0; });
+        QTest::newRow("root owned by a user")
+            << withRoot([this] { return changeOwner(m_spoolRoot, m_uid, m_gid); });
+        QTest::newRow("root is a link")
+            << Setup([this] { return QFile::link(elsewhere(), m_spoolRoot); });
+        QTest::newRow("user folder of another user") << withRoot(
+            [this] { return QDir().mkpath(userFolder()) && changeOwner(userFolder(), 7, 7); });
+        QTest::newRow("user folder is a link")
+            << withRoot([this] { return QFile::link(elsewhere(), userFolder()); });
+        QTest::newRow("user folder is a file")
+            << withRoot([this] { return writeFile(QStringLiteral("spool/%1").arg(m_uid), "x"); });
     }
     void unusableSpoolKeepsTheJob()
     {
-        QFETCH(Spool, spool);
-        const QString elsewhere = path(QStringLiteral("elsewhere"));
-        QVERIFY(QDir().mkpath(elsewhere));
-        QVERIFY(::chown(QFile::encodeName(elsewhere).constData(), m_uid, m_gid) == 0);
-        if (spool != Spool::RootIsFile && spool != Spool::RootParentMissing
-            && spool != Spool::RootIsLink)
-            QVERIFY(QDir().mkpath(m_spoolRoot));
-        const QByteArray root = QFile::encodeName(m_spoolRoot);
-        const QByteArray user = QFile::encodeName(userFolder());
-        switch (spool) {
-        case Spool::RootIsFile:
-            QVERIFY(writeFile(QStringLiteral("spool"), "x"));
-            break;
-        case Spool::RootParentMissing:
-            m_spoolRoot = path(QStringLiteral("missing/spool"));
-            break;
-        case Spool::RootGroupWritable:
-            QVERIFY(::chmod(root.constData(), 0775) == 0);
-            break;
-        case Spool::RootOwnedByUser:
-            QVERIFY(::chown(root.constData(), m_uid, m_gid) == 0);
-            break;
-        case Spool::RootIsLink:
-            QVERIFY(QFile::link(elsewhere, m_spoolRoot));
-            break;
-        case Spool::UserFolderOfAnotherUser:
-            QVERIFY(QDir().mkpath(userFolder()));
-            QVERIFY(::chown(user.constData(), 7, 7) == 0);
-            break;
-        case Spool::UserFolderIsLink:
-            QVERIFY(QFile::link(elsewhere, userFolder()));
-            break;
-        case Spool::UserFolderIsFile:
-            QVERIFY(writeFile(QStringLiteral("spool/%1").arg(m_uid), "x"));
-            break;
-        }
+        QFETCH(Setup, setup);
+        QVERIFY(QDir().mkpath(elsewhere()));
+        QVERIFY(changeOwner(elsewhere(), m_uid, m_gid));
+        QVERIFY(setup());
 
         QCOMPARE(printAsNobody(), int(CUPS_BACKEND_RETRY));
-        QCOMPARE(documentsAnywhere(), QStringList());
-        QCOMPARE(entriesBelow(elsewhere), QStringList());
+        QCOMPARE(entriesBelow(m_dir->path()).filter(QStringLiteral("job-")), QStringList());
+        QCOMPARE(entriesBelow(elsewhere()), QStringList());
     }
 
     // The user owns the folder and may plant links in it; a link never receives the document.
     void plantedLinkIsNotFollowed()
     {
-        QVERIFY(QDir().mkpath(userFolder()));
-        QVERIFY(::chown(QFile::encodeName(userFolder()).constData(), m_uid, m_gid) == 0);
+        QVERIFY(makeUserFolder());
         QVERIFY(writeFile(QStringLiteral("victim"), "original"));
         QVERIFY(QFile::link(path(QStringLiteral("victim")),
                             userFolder() + QStringLiteral("/job-0000000042.pdf")));
@@ -364,19 +329,16 @@ private Q_SLOTS:
 
     void userFolderIsMadePrivateAgain()
     {
-        QVERIFY(QDir().mkpath(userFolder()));
-        const QByteArray folder = QFile::encodeName(userFolder());
-        QVERIFY(::chown(folder.constData(), m_uid, m_gid) == 0);
-        QVERIFY(::chmod(folder.constData(), 0755) == 0);
-
+        QVERIFY(makeUserFolder());
+        QVERIFY(::chmod(QFile::encodeName(userFolder()).constData(), 0755) == 0);
         QCOMPARE(printAsNobody(), int(CUPS_BACKEND_OK));
-
-        struct stat info;
-        QCOMPARE(::stat(folder.constData(), &info), 0);
-        QCOMPARE(info.st_mode & 07777, mode_t(0700));
+        QCOMPARE(ownerAndMode(userFolder()), QStringLiteral("%1 700").arg(m_uid));
     }
 
-    void installsAsRootOnlyBackend()
+    // The package check covers the installed files' modes and the desktop entry's validity;
+    // here, what it does not read: the substituted help page, the printer description as CUPS
+    // reads it and the entry's document types.
+    void installedPrintingFiles()
     {
         const QString stage = path(QStringLiteral("stage"));
         QProcess install;
@@ -388,12 +350,7 @@ private Q_SLOTS:
                        QStringLiteral("--component"), QStringLiteral("printing")});
         QVERIFY(install.waitForFinished(60000));
         QVERIFY2(install.exitCode() == 0, install.readAllStandardError().constData());
-
-        const QString backend = stage + QStringLiteral(FAXOLINO_INSTALLED_BACKEND);
-        QVERIFY(QFileInfo(backend).isExecutable());
-        QCOMPARE(QFileInfo(backend).permissions(), QFile::ReadOwner | QFile::WriteOwner
-                                                       | QFile::ExeOwner | QFile::ReadUser
-                                                       | QFile::WriteUser | QFile::ExeUser);
+        QVERIFY(QFileInfo(stage + QStringLiteral(FAXOLINO_INSTALLED_BACKEND)).isExecutable());
 
         const QString prefix = stage + QStringLiteral(FAXOLINO_INSTALL_PREFIX);
         const QByteArray page =
@@ -402,27 +359,13 @@ private Q_SLOTS:
                               + "/share/ppd/faxolino/faxolino.ppd"));
         QVERIFY(!page.contains("@FAXOLINO_"));
 
-        // Independent readers of the printer description and the desktop entry.
         QProcess check;
         check.start(QStringLiteral("cupstestppd"),
                     {prefix + QStringLiteral("/share/ppd/faxolino/faxolino.ppd")});
         QVERIFY(check.waitForFinished(30000));
         QVERIFY2(check.exitCode() == 0, check.readAllStandardOutput().constData());
-        const QString entry =
-            prefix + QStringLiteral("/share/applications/org.voxaria.Faxolino.desktop");
-        check.setProcessChannelMode(QProcess::MergedChannels);
-        check.start(QStringLiteral("desktop-file-validate"), {entry});
-        QVERIFY(check.waitForFinished(30000));
-        const QByteArray complaints = check.readAll();
-        QVERIFY2(check.exitCode() == 0 && complaints.isEmpty(), complaints.constData());
-        QVERIFY(readAll(entry).contains("MimeType=application/pdf;"));
-    }
-
-private:
-    static QByteArray readAll(const QString &file)
-    {
-        QFile f(file);
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+        QVERIFY(readAll(prefix + QStringLiteral("/share/applications/org.voxaria.Faxolino.desktop"))
+                    .contains("MimeType=application/pdf;"));
     }
 };
 

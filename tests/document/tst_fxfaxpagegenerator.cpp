@@ -71,16 +71,6 @@ QString helperScript(const QString &dir, const QByteArray &body)
     return path;
 }
 
-// Sets FAXOLINO_RENDER_HELPER for the lifetime of the guard.
-struct HelperOverride
-{
-    explicit HelperOverride(const QString &path)
-    {
-        qputenv("FAXOLINO_RENDER_HELPER", path.toLocal8Bit());
-    }
-    ~HelperOverride() { qunsetenv("FAXOLINO_RENDER_HELPER"); }
-};
-
 } // namespace
 
 class TestFXFaxPageGenerator : public QObject
@@ -94,13 +84,6 @@ private Q_SLOTS:
     {
         QVERIFY(TestEnvironment::isIsolated());
         QVERIFY(m_dir.isValid());
-    }
-
-    void pageLabel()
-    {
-        QCOMPARE(FXFaxPageGenerator::pageLabel(1, 1), QStringLiteral("01/01"));
-        QCOMPARE(FXFaxPageGenerator::pageLabel(3, 12), QStringLiteral("03/12"));
-        QCOMPARE(FXFaxPageGenerator::pageLabel(100, 120), QStringLiteral("100/120"));
     }
 
     // Pages painted black edge to edge show where a page lands on the canvas.
@@ -205,14 +188,12 @@ private Q_SLOTS:
         QTest::addColumn<int>("pages");
         QTest::addColumn<QString>("image"); // bits per component and encoding
         QTest::newRow("text") << "text.pdf" << 0 << 2 << 1 << "1 ccitt";
-        QTest::newRow("text, darkest") << "text.pdf" << 0 << 4 << 1 << "1 ccitt";
         QTest::newRow("three sizes") << "three-pages.pdf" << 0 << 2 << 3 << "1 ccitt";
         // White margins leave no grey in column 0 and the last row.
         QTest::newRow("three sizes, mixed") << "three-pages.pdf" << 1 << 2 << 3 << "1 ccitt";
         QTest::newRow("photograph") << "photo.pdf" << 0 << 0 << 1 << "1 ccitt";
         // The ramp reaches column 0, which keeps its grey: 8-bit Flate.
         QTest::newRow("photograph, mixed") << "photo.pdf" << 1 << 2 << 1 << "8 image";
-        QTest::newRow("no pages") << "no-pages.pdf" << 0 << 2 << 0 << "";
     }
     void output()
     {
@@ -231,9 +212,6 @@ private Q_SLOTS:
         QVERIFY(result.written);
         QCOMPARE(result.pageCount, pages);
         QVERIFY(!runTool(QStringLiteral("qpdf"), {QStringLiteral("--check"), out}).isNull());
-        if (pages == 0)
-            return;
-
         const QString info =
             runTool(QStringLiteral("pdfinfo"), {"-l", QString::number(pages), out});
         QVERIFY(info.contains(QRegularExpression(QStringLiteral("Pages: +%1\n").arg(pages))));
@@ -260,27 +238,13 @@ private Q_SLOTS:
                            firstPage(name, type, level, false)));
     }
 
-    // The brightness fraction of each level, and the byte a pixel's brightest channel must
-    // exceed to stay white.
-    void thresholdLevels_data()
-    {
-        QTest::addColumn<int>("level");
-        QTest::addColumn<float>("fraction");
-        QTest::addColumn<int>("byte");
-        QTest::newRow("0, lightest") << 0 << 0.34f << 87;
-        QTest::newRow("1") << 1 << 0.55f << 140;
-        QTest::newRow("2, the default") << 2 << 0.70f << 178;
-        QTest::newRow("3") << 3 << 0.84f << 214;
-        QTest::newRow("4, darkest") << 4 << 0.99f << 252;
-        QTest::newRow("outside the table") << 5 << 0.84f << 214;
-    }
+    // The brightness fraction of each level; the reference conversion takes it from the
+    // product, so only this pins the levels' darkness.
     void thresholdLevels()
     {
-        QFETCH(int, level);
-        QFETCH(float, fraction);
-        QFETCH(int, byte);
-        QCOMPARE(FXFaxPageGenerator::thresholdForLevel(level), fraction);
-        QCOMPARE(GraphicsAdditions::levelForThreshold(fraction), byte);
+        const float fractions[] = {0.34f, 0.55f, 0.70f, 0.84f, 0.99f};
+        for (int level = 0; level < 5; ++level)
+            QCOMPARE(FXFaxPageGenerator::thresholdForLevel(level), fractions[level]);
     }
 
     // Levels outside the table behave as level 3, and every type but text is mixed and
@@ -355,23 +319,24 @@ private Q_SLOTS:
         QFETCH(int, pages);
         QFETCH(QString, warning);
         const QByteArray input = TestEnvironment::readFile(fixture(QStringLiteral("five.pdf")));
+        const auto restore = qScopeGuard([] {
+            qunsetenv("FAXOLINO_RENDER_HELPER");
+            FXPageWorker::setPageDeadline(60000);
+        });
         const QString alone = m_dir.filePath(QStringLiteral("alone.pdf"));
-        {
-            const HelperOverride off{QString()};
-            const FXFaxPageGenerator::Result result =
-                FXFaxPageGenerator::generatePDFWithData(input, QString(), 0, 2, alone);
-            QCOMPARE(result.pageCount, 5);
-            QCOMPARE(result.helperPageCount, 0);
-        }
+        qputenv("FAXOLINO_RENDER_HELPER", QByteArray()); // no helper
+        const FXFaxPageGenerator::Result byItself =
+            FXFaxPageGenerator::generatePDFWithData(input, QString(), 0, 2, alone);
+        QCOMPARE(byItself.pageCount, 5);
+        QCOMPARE(byItself.helperPageCount, 0);
 
         QString program = TestEnvironment::binDir() + QStringLiteral("/faxolino-render");
         if (helper == "-")
             program = m_dir.filePath(QStringLiteral("no-such-helper"));
         else if (!helper.isEmpty())
             program = helperScript(m_dir.path(), helper);
-        const HelperOverride override(program);
+        qputenv("FAXOLINO_RENDER_HELPER", program.toLocal8Bit());
         FXPageWorker::setPageDeadline(1000);
-        const auto restoreDeadline = qScopeGuard([] { FXPageWorker::setPageDeadline(60000); });
         LogCapture log;
         const QString shared = m_dir.filePath(QStringLiteral("shared.pdf"));
         const FXFaxPageGenerator::Result result =
