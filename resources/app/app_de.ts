@@ -703,5 +703,140 @@
         <translation>Die Berichtsdatei kann nicht gelesen werden:
 %1</translation>
     </message>
+    <message id="ok">
+        <source>ok</source>
+        <extracomment>Button that applies a window's changes.</extracomment>
+        <translation>OK</translation>
+    </message>
+    <message id="cover_window_title">
+        <source>cover_window_title</source>
+        <extracomment>Title of the cover sheet window.</extracomment>
+        <translation>Deckblatt</translation>
+    </message>
+    <message id="cover_field_to">
+        <source>cover_field_to</source>
+        <extracomment>Form caption of the recipient lines on the cover sheet; &amp; marks the access key.</extracomment>
+        <translation>&amp;An:</translation>
+    </message>
+    <message id="cover_field_from">
+        <source>cover_field_from</source>
+        <extracomment>Form caption of the sender lines on the cover sheet.</extracomment>
+        <translation>&amp;Von:</translation>
+    </message>
+    <message id="cover_field_subject">
+        <source>cover_field_subject</source>
+        <extracomment>Form caption of the cover sheet's subject.</extracomment>
+        <translation>&amp;Betreff:</translation>
+    </message>
+    <message id="cover_field_message">
+        <source>cover_field_message</source>
+        <extracomment>Form caption of the cover sheet's free text.</extracomment>
+        <translation>&amp;Nachricht:</translation>
+    </message>
+    <message id="cover_field_to_name">
+        <source>cover_field_to_name</source>
+        <extracomment>Accessible name of the recipient field of the cover sheet.</extracomment>
+        <translation>An</translation>
+    </message>
+    <message id="cover_field_from_name">
+        <source>cover_field_from_name</source>
+        <extracomment>Accessible name of the sender field of the cover sheet.</extracomment>
+        <translation>Von</translation>
+    </message>
+    <message id="cover_field_subject_name">
+        <source>cover_field_subject_name</source>
+        <extracomment>Accessible name of the subject field of the cover sheet.</extracomment>
+        <translation>Betreff</translation>
+    </message>
+    <message id="cover_field_message_name">
+        <source>cover_field_message_name</source>
+        <extracomment>Accessible name of the free text of the cover sheet.</extracomment>
+        <translation>Nachricht</translation>
+    </message>
+    <message id="cover_message_placeholder">
+        <source>cover_message_placeholder</source>
+        <extracomment>Shown in the empty free text of the cover sheet.</extracomment>
+        <translation>Ein paar Worte an den Empfänger</translation>
+    </message>
+    <message id="cover_format">
+        <source>cover_format</source>
+        <extracomment>Accessible name of the text formatting buttons.</extracomment>
+        <translation>Textformat</translation>
+    </message>
+    <message id="cover_bold">
+        <source>cover_bold</source>
+        <extracomment>Formatting button.</extracomment>
+        <translation>Fett</translation>
+    </message>
+    <message id="cover_italic">
+        <source>cover_italic</source>
+        <extracomment>Formatting button.</extracomment>
+        <translation>Kursiv</translation>
+    </message>
+    <message id="cover_underline">
+        <source>cover_underline</source>
+        <extracomment>Formatting button.</extracomment>
+        <translation>Unterstrichen</translation>
+    </message>
+    <message id="cover_list">
+        <source>cover_list</source>
+        <extracomment>Formatting button.</extracomment>
+        <translation>Aufzählung</translation>
+    </message>
+    <message id="cover_automatic_note">
+        <source>cover_automatic_note</source>
+        <extracomment>Below the cover sheet form.</extracomment>
+        <translation>Das heutige Datum und Ihre Faxnummer stehen von selbst auf der Seite. An und Von fassen je bis zu drei Zeilen.</translation>
+    </message>
+    <message id="cover_preview">
+        <source>cover_preview</source>
+        <extracomment>Caption and accessible name of the cover sheet preview.</extracomment>
+        <translation>Vorschau</translation>
+    </message>
+    <message id="cover_scale">
+        <source>cover_scale</source>
+        <extracomment>Accessible name of the preview's size menu.</extracomment>
+        <translation>Vorschaugröße</translation>
+    </message>
+    <message id="cover_scale_whole_page">
+        <source>cover_scale_whole_page</source>
+        <extracomment>Preview size: the whole page fitted to the window.</extracomment>
+        <translation>Ganze Seite</translation>
+    </message>
+    <message id="cover_scale_three_quarters">
+        <source>cover_scale_three_quarters</source>
+        <extracomment>Preview size: three quarters of the whole page.</extracomment>
+        <translation>75 %</translation>
+    </message>
+    <message id="cover_use">
+        <source>cover_use</source>
+        <extracomment>Check box of the cover sheet window.</extracomment>
+        <translation>Dieses Deckblatt vor das Fax stellen</translation>
+    </message>
+    <message id="threshold_title">
+        <source>threshold_title</source>
+        <extracomment>Heading of the threshold popover.</extracomment>
+        <translation>Schwellwert für Text</translation>
+    </message>
+    <message id="threshold_hint">
+        <source>threshold_hint</source>
+        <extracomment>Explains the threshold slider.</extracomment>
+        <translation>Nach rechts, wenn blasse Linien oder eine Unterschrift fehlen, nach links, wenn graue Flächen schwarz werden.</translation>
+    </message>
+    <message id="threshold_light">
+        <source>threshold_light</source>
+        <extracomment>Left end of the threshold slider.</extracomment>
+        <translation>Hell</translation>
+    </message>
+    <message id="threshold_dark">
+        <source>threshold_dark</source>
+        <extracomment>Right end of the threshold slider.</extracomment>
+        <translation>Dunkel</translation>
+    </message>
+    <message id="threshold_level">
+        <source>threshold_level</source>
+        <extracomment>Accessible description of the threshold slider; %1: the step, %2: the number of steps.</extracomment>
+        <translation>Stufe %1 von %2</translation>
+    </message>
 </context>
 </TS>

@@ -703,5 +703,140 @@
         <translation>The report file cannot be read:
 %1</translation>
     </message>
+    <message id="ok">
+        <source>ok</source>
+        <extracomment>Button that applies a window's changes.</extracomment>
+        <translation>OK</translation>
+    </message>
+    <message id="cover_window_title">
+        <source>cover_window_title</source>
+        <extracomment>Title of the cover sheet window.</extracomment>
+        <translation>Cover Sheet</translation>
+    </message>
+    <message id="cover_field_to">
+        <source>cover_field_to</source>
+        <extracomment>Form caption of the recipient lines on the cover sheet; &amp; marks the access key.</extracomment>
+        <translation>&amp;To:</translation>
+    </message>
+    <message id="cover_field_from">
+        <source>cover_field_from</source>
+        <extracomment>Form caption of the sender lines on the cover sheet.</extracomment>
+        <translation>&amp;From:</translation>
+    </message>
+    <message id="cover_field_subject">
+        <source>cover_field_subject</source>
+        <extracomment>Form caption of the cover sheet's subject.</extracomment>
+        <translation>&amp;Subject:</translation>
+    </message>
+    <message id="cover_field_message">
+        <source>cover_field_message</source>
+        <extracomment>Form caption of the cover sheet's free text.</extracomment>
+        <translation>&amp;Message:</translation>
+    </message>
+    <message id="cover_field_to_name">
+        <source>cover_field_to_name</source>
+        <extracomment>Accessible name of the recipient field of the cover sheet.</extracomment>
+        <translation>To</translation>
+    </message>
+    <message id="cover_field_from_name">
+        <source>cover_field_from_name</source>
+        <extracomment>Accessible name of the sender field of the cover sheet.</extracomment>
+        <translation>From</translation>
+    </message>
+    <message id="cover_field_subject_name">
+        <source>cover_field_subject_name</source>
+        <extracomment>Accessible name of the subject field of the cover sheet.</extracomment>
+        <translation>Subject</translation>
+    </message>
+    <message id="cover_field_message_name">
+        <source>cover_field_message_name</source>
+        <extracomment>Accessible name of the free text of the cover sheet.</extracomment>
+        <translation>Message</translation>
+    </message>
+    <message id="cover_message_placeholder">
+        <source>cover_message_placeholder</source>
+        <extracomment>Shown in the empty free text of the cover sheet.</extracomment>
+        <translation>A few words for the recipient</translation>
+    </message>
+    <message id="cover_format">
+        <source>cover_format</source>
+        <extracomment>Accessible name of the text formatting buttons.</extracomment>
+        <translation>Text format</translation>
+    </message>
+    <message id="cover_bold">
+        <source>cover_bold</source>
+        <extracomment>Formatting button.</extracomment>
+        <translation>Bold</translation>
+    </message>
+    <message id="cover_italic">
+        <source>cover_italic</source>
+        <extracomment>Formatting button.</extracomment>
+        <translation>Italic</translation>
+    </message>
+    <message id="cover_underline">
+        <source>cover_underline</source>
+        <extracomment>Formatting button.</extracomment>
+        <translation>Underline</translation>
+    </message>
+    <message id="cover_list">
+        <source>cover_list</source>
+        <extracomment>Formatting button.</extracomment>
+        <translation>Bulleted List</translation>
+    </message>
+    <message id="cover_automatic_note">
+        <source>cover_automatic_note</source>
+        <extracomment>Below the cover sheet form.</extracomment>
+        <translation>Today's date and your fax line are added to the page. To and From hold up to three lines each.</translation>
+    </message>
+    <message id="cover_preview">
+        <source>cover_preview</source>
+        <extracomment>Caption and accessible name of the cover sheet preview.</extracomment>
+        <translation>Preview</translation>
+    </message>
+    <message id="cover_scale">
+        <source>cover_scale</source>
+        <extracomment>Accessible name of the preview's size menu.</extracomment>
+        <translation>Preview size</translation>
+    </message>
+    <message id="cover_scale_whole_page">
+        <source>cover_scale_whole_page</source>
+        <extracomment>Preview size: the whole page fitted to the window.</extracomment>
+        <translation>Whole Page</translation>
+    </message>
+    <message id="cover_scale_three_quarters">
+        <source>cover_scale_three_quarters</source>
+        <extracomment>Preview size: three quarters of the whole page.</extracomment>
+        <translation>75 %</translation>
+    </message>
+    <message id="cover_use">
+        <source>cover_use</source>
+        <extracomment>Check box of the cover sheet window.</extracomment>
+        <translation>Put this cover sheet in front of the fax</translation>
+    </message>
+    <message id="threshold_title">
+        <source>threshold_title</source>
+        <extracomment>Heading of the threshold popover.</extracomment>
+        <translation>Threshold for Text</translation>
+    </message>
+    <message id="threshold_hint">
+        <source>threshold_hint</source>
+        <extracomment>Explains the threshold slider.</extracomment>
+        <translation>Move right when faint lines or a signature go missing, left when grey areas turn black.</translation>
+    </message>
+    <message id="threshold_light">
+        <source>threshold_light</source>
+        <extracomment>Left end of the threshold slider.</extracomment>
+        <translation>Light</translation>
+    </message>
+    <message id="threshold_dark">
+        <source>threshold_dark</source>
+        <extracomment>Right end of the threshold slider.</extracomment>
+        <translation>Dark</translation>
+    </message>
+    <message id="threshold_level">
+        <source>threshold_level</source>
+        <extracomment>Accessible description of the threshold slider; %1: the step, %2: the number of steps.</extracomment>
+        <translation>Step %1 of %2</translation>
+    </message>
 </context>
 </TS>

@@ -1,5 +1,7 @@
 #include "app/AppDelegate.h"
 
+#include "app/FBCoverSheetView.h"
+#include "app/FBCoverWindow.h"
 #include "app/FBMainWindow.h"
 #include "app/FBNotificationCenter.h"
 #include "app/FBPageThumbnailModel.h"
@@ -11,6 +13,7 @@
 #include "app/TokenSearchField.h"
 #include "cli/CommandSupport.h"
 #include "document/FXPDFGenerator.h"
+#include "document/FXPageMove.h"
 #include "foundation/FBLocalization.h"
 #include "foundation/FBRegularFile.h"
 #include "foundation/FBUserDefaults.h"
@@ -25,6 +28,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QCheckBox>
 #include <QClipboard>
 #include <QDesktopServices>
 #include <QDir>
@@ -44,11 +48,13 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QSlider>
 #include <QStatusBar>
 #include <QTemporaryFile>
 #include <QTimer>
 #include <QUndoCommand>
 #include <QUndoStack>
+#include <QVBoxLayout>
 #include <QtConcurrent>
 
 #include <cstdio>
@@ -113,39 +119,46 @@ QString pagesText(int count)
 
 // One page edit: the unprocessed document before and after it, as files of the working
 // folder, so that a long history of a large document does not live in memory.
+// A page edit, with whether page 1 was a cover page before and after it.
 class PageEdit : public QUndoCommand
 {
 public:
-    PageEdit(const QString &name, std::unique_ptr<QTemporaryFile> before,
-             std::unique_ptr<QTemporaryFile> after, std::function<void()> reprocess)
+    struct State
+    {
+        std::unique_ptr<QTemporaryFile> document;
+        bool hasCoverSheet = false;
+    };
+
+    PageEdit(const QString &name, State before, State after,
+             std::function<void(bool hasCoverSheet)> restored)
         : QUndoCommand(name)
         , m_before(std::move(before))
         , m_after(std::move(after))
-        , m_reprocess(std::move(reprocess))
+        , m_restored(std::move(restored))
     {}
 
-    void undo() override { restore(*m_before); }
+    void undo() override { restore(m_before); }
     void redo() override
     {
         // The edit itself has already been made when the command is pushed.
         if (std::exchange(m_done, true))
-            restore(*m_after);
+            restore(m_after);
     }
 
 private:
-    void restore(QTemporaryFile &snapshot)
+    void restore(const State &state)
     {
         const QString target = FXFaxFileManager::filePathForOriginale();
         QFile::remove(target);
-        if (!QFile::copy(snapshot.fileName(), target))
+        if (!QFile::copy(state.document->fileName(), target))
             qCWarning(lcApp, "Cannot restore the document from %s",
-                      qUtf8Printable(snapshot.fileName()));
-        m_reprocess();
+                      qUtf8Printable(state.document->fileName()));
+        m_restored(state.hasCoverSheet);
     }
 
-    std::unique_ptr<QTemporaryFile> m_before;
-    std::unique_ptr<QTemporaryFile> m_after;
-    std::function<void()> m_reprocess;
+    State m_before;
+    State m_after;
+    std::function<void(bool)> m_restored;
     bool m_done = false;
 };
 
@@ -203,6 +216,7 @@ AppDelegate::AppDelegate(QObject *parent)
     connect(m_window->sendAction, &QAction::triggered, this, &AppDelegate::sendFax);
     connect(m_window->preferencesAction, &QAction::triggered, this, &AppDelegate::openPreferences);
     connect(m_window->reportsAction, &QAction::triggered, this, &AppDelegate::showReportWindow);
+    connect(m_window->coverSheetAction, &QAction::triggered, this, &AppDelegate::openCoverSheet);
     connect(m_notifications, &FBNotificationCenter::activated, this, &AppDelegate::showSendReport);
     m_window->receiverField->setDelegate(this);
     connect(m_window->receiverField, &TokenSearchField::action, this, &AppDelegate::sendFax);
@@ -413,7 +427,14 @@ void AppDelegate::openFaxWindow(Sender sender)
         m_preparation->kill();
     m_window->sffProgressIndicator->hide();
     m_shownPreparation = 0;
+    m_shownComplete = false;
     FXFaxFileManager::deleteAllTempFiles();
+    _hasCoverSheet = false;
+    if (m_coverWindow) {
+        m_coverWindow->hide();
+        m_coverWindow->clearFields();
+        m_coverWindow->useCoverSheet->setChecked(true);
+    }
     m_window->document->close();
     m_window->statusPagesLabel->clear();
     m_documentPath.clear();
@@ -561,6 +582,7 @@ void AppDelegate::processSFFForData()
                               process->readAllStandardError().trimmed().constData());
                     m_window->document->close();
                     m_shownPreparation = 0;
+                    m_shownComplete = false;
                     m_window->statusPagesLabel->setText(pagesText(0));
                     alert(FXText("plugin_error_header"), FXText("plugin_error_body"),
                           [] { MVPDFServices::openFaxonPluginURL(); });
@@ -600,6 +622,7 @@ void AppDelegate::showPreparedDocument(const QString &path, int pageCount, quint
     m_window->document->load(path);
     m_window->thumbnails->setKeepImages(false);
     m_shownPreparation = serial;
+    m_shownComplete = complete;
     m_window->statusPagesLabel->setText(pagesText(pageCount));
     m_window->pdfView->verticalScrollBar()->setValue(growing ? scrolled : 0);
     if (growing && current >= 0)
@@ -618,12 +641,158 @@ void AppDelegate::showPreparedDocument(const QString &path, int pageCount, quint
 
 void AppDelegate::changeDocumentType(int documentType)
 {
-    // The threshold for text has a popover of its own, which comes with the cover sheet.
-    if (documentType == _documentType)
-        return;
+    const bool changed = documentType != _documentType;
     _documentType = documentType;
-    if (m_shownPreparation != 0)
+    m_window->documentTypeTextItem->setChecked(documentType == 0);
+    m_window->documentTypeMixedItem->setChecked(documentType != 0);
+    if (documentType == 0)
+        showThresholdPopover();
+    if (changed && m_shownPreparation != 0) {
+        m_conversionOnly = true;
         processSFFForData();
+    }
+}
+
+void AppDelegate::showThresholdPopover()
+{
+    if (m_popup)
+        m_popup->close();
+    if (!m_window->isVisible())
+        return;
+    auto *popover = new FBPopover(FXText("threshold_hint"), m_window);
+    popover->setObjectName(QStringLiteral("thresholdPopover"));
+    popover->textLabel()->setMaximumWidth(280);
+    auto *title = new QLabel(FXText("threshold_title"));
+    QFont bold = title->font();
+    bold.setBold(true);
+    title->setFont(bold);
+    auto *slider = new QSlider(Qt::Horizontal);
+    slider->setObjectName(QStringLiteral("thresholdSlider"));
+    slider->setRange(0, 4);
+    slider->setPageStep(1);
+    slider->setTickPosition(QSlider::TicksBelow);
+    slider->setTickInterval(1);
+    slider->setValue(std::clamp(_documentTypeThreshold, 0, 4));
+    slider->setAccessibleName(FXText("threshold_title"));
+    const auto describe = [slider](int level) {
+        slider->setAccessibleDescription(FXText("threshold_level").arg(level + 1).arg(5));
+    };
+    describe(slider->value());
+    auto *light = new QLabel(FXText("threshold_light"));
+    auto *dark = new QLabel(FXText("threshold_dark"));
+    auto *ends = new QHBoxLayout;
+    ends->addWidget(light);
+    ends->addStretch();
+    ends->addWidget(dark);
+    auto *layout = static_cast<QVBoxLayout *>(popover->layout());
+    layout->insertWidget(0, title);
+    layout->insertWidget(2, slider);
+    layout->insertLayout(3, ends);
+    connect(slider, &QSlider::valueChanged, this, [this, describe](int level) {
+        describe(level);
+        changeThreshold(level);
+    });
+    m_popup = popover;
+    const QRect type = m_window->documentTypeRect();
+    popover->showAt(m_window, QPoint(type.center().x(), type.bottom() + 2));
+    slider->setFocus();
+}
+
+void AppDelegate::changeThreshold(int level)
+{
+    if (level == _documentTypeThreshold)
+        return;
+    _documentTypeThreshold = level;
+    if (m_shownPreparation != 0) {
+        m_conversionOnly = true;
+        processSFFForData();
+    }
+}
+
+FBCoverWindow *AppDelegate::coverWindow()
+{
+    if (!m_coverWindow) {
+        m_coverWindow = new FBCoverWindow(m_window);
+        connect(m_coverWindow, &FBCoverWindow::coverSheetOK, this, &AppDelegate::coverSheetOK);
+    }
+    return m_coverWindow;
+}
+
+void AppDelegate::openCoverSheet()
+{
+    // The action shows whether the document has a cover; choosing it opens the window.
+    updateActions();
+    coverWindow()->openCoverSheet();
+}
+
+void AppDelegate::coverSheetOK()
+{
+    FBCoverWindow *window = coverWindow();
+    const auto apply = [this, window] {
+        if (!window->useCoverSheet->isChecked()) {
+            refreshCoverSheet(false, _hasCoverSheet);
+            _hasCoverSheet = false;
+            return;
+        }
+        // The form's values, dated today; an empty To or From line carries no caption.
+        const FXCoverPage::Fields fields = window->editedFields();
+        window->coverView->setFields(fields);
+        window->coverView->setCaptionsShown(!fields.to.isEmpty(), !fields.from.isEmpty());
+        FXFaxFileManager::writeFaxCoverFileForData(window->coverView->pdfData());
+        refreshCoverSheet(true, _hasCoverSheet);
+        _hasCoverSheet = true;
+    };
+    // A cover that is the whole document goes with it, which cannot be undone.
+    const bool coverAlone = _hasCoverSheet && m_window->document->pageCount() <= 1;
+    if (m_documentPath.isEmpty() || (coverAlone && !window->useCoverSheet->isChecked()))
+        apply();
+    else
+        editPages(FXText("toolbar_cover_sheet"), apply);
+    window->hide();
+    window->coverView->setCaptionsShown(true, true);
+    updateActions();
+}
+
+void AppDelegate::refreshCoverSheet(bool use, bool hasExisting)
+{
+    const QUrl cover = FXFaxFileManager::fileURLForFaxCover();
+    if (use) {
+        if (!m_documentPath.isEmpty()) {
+            const QUrl document = QUrl::fromLocalFile(m_documentPath);
+            FXPDFGenerator::combineCoverSheet(cover, document, document, hasExisting);
+        } else {
+            m_documentPath = FXFaxFileManager::filePathForOriginale();
+            FXPDFGenerator::combinePDFURLs({cover}, FXFaxFileManager::fileURLForOriginale(), false);
+        }
+        processSFFForData();
+        return;
+    }
+    if (!hasExisting || !QFile::exists(FXFaxFileManager::filePathForFaxCover())
+        || m_documentPath.isEmpty())
+        return;
+    const QUrl document = QUrl::fromLocalFile(m_documentPath);
+    // The assembly keeps at least one page; a cover that is the whole document is removed as
+    // a file.
+    if (FXPDFGenerator::pageCount(document) == 1)
+        QFile::remove(m_documentPath);
+    else
+        FXPDFGenerator::removePage(1, document, document);
+    FXFaxFileManager::deleteFaxCoverFile();
+    if (QFile::exists(m_documentPath)) {
+        processSFFForData();
+        return;
+    }
+    // Deliberately, a cover that was the whole document leaves the window empty, rather than
+    // preparing a document that no longer exists.
+    ++m_preparationSerial;
+    if (m_preparation)
+        m_preparation->kill();
+    m_window->sffProgressIndicator->hide();
+    m_window->document->close();
+    m_window->statusPagesLabel->clear();
+    m_shownPreparation = 0;
+    m_shownComplete = false;
+    m_documentPath.clear();
 }
 
 void AppDelegate::sendFax()
@@ -668,8 +837,11 @@ void AppDelegate::sendFaxTask()
     m_connection->setDelegate(this);
     m_connection->setDocumentType(_documentType);
     m_connection->setDocumentTypeThreshold(_documentTypeThreshold);
-    m_connection->setUseCoverSheet(false);
-    m_connection->setCoverSubject(QString());
+    // Deliberately the cover as it is in the document, not the window's check box, which is on
+    // for every new fax: the journal would otherwise claim a cover for faxes that have none.
+    m_connection->setUseCoverSheet(_hasCoverSheet);
+    m_connection->setCoverSubject(
+        _hasCoverSheet && m_coverWindow ? m_coverWindow->coverView->fields().subject : QString());
     QFile originale(FXFaxFileManager::filePathForOriginale());
     const QByteArray data =
         originale.open(QIODevice::ReadOnly) ? originale.readAll() : QByteArray();
@@ -802,8 +974,11 @@ void AppDelegate::deletePage()
         return;
     const QUrl url = QUrl::fromLocalFile(m_documentPath);
     const uint page = uint(current.row() + 1);
-    editPages(FXText("toolbar_delete_page"),
-              [page, url] { FXPDFGenerator::removePage(page, url, url); });
+    editPages(FXText("toolbar_delete_page"), [this, page, url] {
+        FXPDFGenerator::removePage(page, url, url);
+        // Without its cover page the document starts with one of the user's.
+        _hasCoverSheet = _hasCoverSheet && page != 1;
+    });
     processSFFForData();
 }
 
@@ -814,13 +989,19 @@ void AppDelegate::draggingMovedPDFDocumentPagesAtIndexes(const QList<qsizetype> 
         return;
     const QByteArray originale = FXPDFGenerator::movePagesAtIndexes(
         indexes, toIndex, FXFaxFileManager::fileURLForOriginale());
+    // The cover page stays a cover page only where it stays in front.
+    const QList<qsizetype> order =
+        FXPageMove::movedOrder(indexes, toIndex, m_window->document->pageCount());
+    const bool coverStays = _hasCoverSheet && !order.isEmpty() && order.first() == 0;
     if (m_preparation && m_preparation->state() != QProcess::NotRunning) {
         // Deliberately, the pages are prepared again in their new order: the processed file
         // is not complete yet, and the running preparation would replace it in the old one.
         if (originale.isEmpty())
             return;
-        editPages(FXText("move_pages"),
-                  [&originale] { FXFaxFileManager::writeOriginaleFileForData(originale); });
+        editPages(FXText("move_pages"), [this, &originale, coverStays] {
+            FXFaxFileManager::writeOriginaleFileForData(originale);
+            _hasCoverSheet = coverStays;
+        });
         processSFFForData();
         return;
     }
@@ -828,8 +1009,10 @@ void AppDelegate::draggingMovedPDFDocumentPagesAtIndexes(const QList<qsizetype> 
         indexes, toIndex, FXFaxFileManager::fileURLForProcessedFaxFile());
     if (originale.isEmpty() || processed.isEmpty())
         return;
-    editPages(FXText("move_pages"),
-              [&originale] { FXFaxFileManager::writeOriginaleFileForData(originale); });
+    editPages(FXText("move_pages"), [this, &originale, coverStays] {
+        FXFaxFileManager::writeOriginaleFileForData(originale);
+        _hasCoverSheet = coverStays;
+    });
     m_window->document->close();
     const QString path = FXFaxFileManager::writeProcessedFaxFileForData(processed);
     m_window->document->load(path);
@@ -838,15 +1021,21 @@ void AppDelegate::draggingMovedPDFDocumentPagesAtIndexes(const QList<qsizetype> 
 
 void AppDelegate::editPages(const QString &name, const std::function<void()> &edit)
 {
-    std::unique_ptr<QTemporaryFile> before = snapshotOfOriginale();
+    // Deliberately, an edit records whether page 1 is a cover page before and after, so that
+    // undo brings the cover and that state back together.
+    PageEdit::State before{snapshotOfOriginale(), _hasCoverSheet};
     edit();
-    std::unique_ptr<QTemporaryFile> after = before ? snapshotOfOriginale() : nullptr;
-    if (!after) {
+    PageEdit::State after{before.document ? snapshotOfOriginale() : nullptr, _hasCoverSheet};
+    updateActions();
+    if (!after.document) {
         qCWarning(lcApp, "This page edit cannot be undone: no copy of the document");
         return;
     }
-    m_undo->push(
-        new PageEdit(name, std::move(before), std::move(after), [this] { processSFFForData(); }));
+    m_undo->push(new PageEdit(name, std::move(before), std::move(after), [this](bool cover) {
+        _hasCoverSheet = cover;
+        updateActions();
+        processSFFForData();
+    }));
 }
 
 void AppDelegate::changedProgress(double progress, int toState, const QString &title,
@@ -919,6 +1108,7 @@ void AppDelegate::updateActions()
     m_window->deletePageAction->setEnabled(!sending && m_window->document->pageCount() >= 2);
     m_window->sendAction->setEnabled(!sending && hasDocument
                                      && !m_window->receiverField->objectValue().isEmpty());
+    m_window->coverSheetAction->setChecked(_hasCoverSheet);
 }
 
 // A window-modal alert. With onDefault, it offers "refresh" (the default) and "cancel".

@@ -12,6 +12,7 @@
 
 #include <functional>
 
+class FBCoverWindow;
 class FBMainWindow;
 class FBNotificationCenter;
 class FBReportWindow;
@@ -69,8 +70,26 @@ public:
     void openFaxWindowWithNumber(const QString &number);
     void processFaxFileForPath(const QString &path, bool clearNumber);
     void processSFFForData();
-    // Text (0) or mixed (1); a shown document is prepared again.
+    // Text (0) or mixed (1); a shown document is prepared again. Text also opens the
+    // threshold popover.
     void changeDocumentType(int documentType);
+    // The popover under the document type control with the threshold slider, light to dark.
+    void showThresholdPopover();
+    // A new threshold level (0 to 4); a shown document is prepared again, the page in view
+    // first.
+    void changeThreshold(int level);
+    int documentType() const { return _documentType; }
+    int documentTypeThreshold() const { return _documentTypeThreshold; }
+
+    // The cover window, made when first asked for.
+    FBCoverWindow *coverWindow();
+    void openCoverSheet();
+    // Applies the cover window's form: the cover page goes in front of the document, replacing
+    // an earlier one, or a cover put there before is taken away.
+    void coverSheetOK();
+    void refreshCoverSheet(bool use, bool hasExisting);
+    // Page 1 of the document is a cover page made here.
+    bool hasCoverSheet() const { return _hasCoverSheet; }
 
     void sendFax();
     void sendFaxTask();
@@ -150,6 +169,7 @@ private:
 
     FBMainWindow *m_window;
     FBReportWindow *m_reportWindow = nullptr;
+    FBCoverWindow *m_coverWindow = nullptr;
     int _documentType = 0;
     int _documentTypeThreshold = 2;
     int _lastState = 0;
@@ -163,6 +183,9 @@ private:
     quint64 m_openSerial = 0; // of the newest document being copied in
     quint64 m_preparationSerial = 0;
     quint64 m_shownPreparation = 0; // whose pages the window shows
+    bool m_shownComplete = false;   // those pages are all there
+    // The next preparation only converts the pages differently: same pages, same order.
+    bool m_conversionOnly = false;
     FXFaxConnection *m_connection = nullptr;
     FBNotificationCenter *m_notifications;
     PhoneEntriesController *m_phoneEntries;

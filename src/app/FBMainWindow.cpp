@@ -156,8 +156,6 @@ FBMainWindow::FBMainWindow(QWidget *parent)
     coverSheetAction = makeAction(this, "toolbar_cover_sheet", "x-office-document",
                                   drawnPageIcon(PageIcon::CoverSheet));
     coverSheetAction->setCheckable(true);
-    // The cover sheet window is not there yet.
-    coverSheetAction->setEnabled(false);
     documentTypeTextItem =
         makeAction(this, "document_type_text", "text-x-generic", drawnPageIcon(PageIcon::Text));
     documentTypeMixedItem =
@@ -369,6 +367,18 @@ void FBMainWindow::focusSendButton()
 {
     if (QWidget *button = m_toolbar->widgetForAction(sendAction))
         button->setFocus();
+}
+
+QRect FBMainWindow::documentTypeRect() const
+{
+    QRect area;
+    for (QAction *type : {documentTypeTextItem, documentTypeMixedItem}) {
+        if (QWidget *button = m_toolbar->widgetForAction(type); button && button->isVisible())
+            area |= QRect(button->mapTo(this, QPoint(0, 0)), button->size());
+    }
+    if (area.isEmpty())
+        area = QRect(m_toolbar->mapTo(this, QPoint(0, 0)), m_toolbar->size());
+    return area;
 }
 
 bool FBMainWindow::isShowingProgress() const

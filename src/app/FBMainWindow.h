@@ -63,6 +63,8 @@ public:
     // The sending look (progress in the recipient slot, controls off) or the normal one.
     void showProgressSlot(bool sending);
     bool isShowingProgress() const;
+    // Where the document type control is, in the window's coordinates.
+    QRect documentTypeRect() const;
     void focusSendButton();
     // Undo and redo of page edits, at the top of the Edit menu with the standard shortcuts.
     void addEditActions(QAction *undo, QAction *redo);

@@ -15,6 +15,8 @@
 #include <QTextDocument>
 #include <QUrl>
 
+#include <algorithm>
+
 namespace {
 
 constexpr double kMargin = 56;       // about 20 mm
@@ -67,14 +69,17 @@ void FXCoverPage::paint(QPainter *painter, const Fields &fields)
     painter->fillRect(QRectF(kMargin, y, width, 2.5), ink);
     y += 26;
 
-    // Caption and value side by side; an empty value takes neither.
-    const auto row = [&](const char *captionKey, const QString &value, bool strong) {
-        if (value.trimmed().isEmpty())
+    // Caption and value side by side; an empty value takes neither, unless its caption is
+    // asked for.
+    const auto row = [&](const char *captionKey, const QString &value, bool strong,
+                         bool captionWhenEmpty = false) {
+        if (value.trimmed().isEmpty() && !captionWhenEmpty)
             return;
         painter->setFont(font(12, strong ? QFont::DemiBold : QFont::Normal));
         painter->setPen(ink);
         const QRectF valueArea(kMargin + kCaptionWidth, y, width - kCaptionWidth, page.height());
-        const QRectF used = painter->boundingRect(valueArea, Qt::TextWordWrap, value);
+        QRectF used = painter->boundingRect(valueArea, Qt::TextWordWrap, value);
+        used.setHeight(std::max(used.height(), painter->fontMetrics().height() * 1.0));
         painter->drawText(valueArea, Qt::TextWordWrap, value);
         painter->setFont(font(9, QFont::DemiBold));
         painter->setPen(muted);
@@ -82,8 +87,8 @@ void FXCoverPage::paint(QPainter *painter, const Fields &fields)
                           Qt::AlignLeft | Qt::AlignTop, FXText(captionKey));
         y += used.height() + kRowGap;
     };
-    row("cover_to", limitedLines(fields.to), true);
-    row("cover_from", limitedLines(fields.from), false);
+    row("cover_to", limitedLines(fields.to), true, fields.toCaption);
+    row("cover_from", limitedLines(fields.from), false, fields.fromCaption);
     if (!fields.faxLine.isEmpty()) {
         const QString line = QStringLiteral("+") + fields.faxLine;
         const QString formatted =

@@ -23,6 +23,10 @@ public:
         QDate date;
         QString faxLine; // the sender's line as the settings keep it ("4921155500199")
         int pages = 0;   // of the whole fax, the cover included; 0 leaves the line out
+        // The captions of an empty To or From are drawn all the same: the editing preview
+        // shows the form with its empty lines.
+        bool toCaption = false;
+        bool fromCaption = false;
     };
 
     // The lines a from or to field holds at most.

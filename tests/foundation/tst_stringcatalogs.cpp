@@ -39,7 +39,8 @@ const QMap<QString, int> kFormatKeys = {{QStringLiteral("sendFax"), 1},
                                         {QStringLiteral("report_state_failed_code"), 1},
                                         {QStringLiteral("report_no_match"), 1},
                                         {QStringLiteral("report_missing"), 1},
-                                        {QStringLiteral("report_unreadable"), 1}};
+                                        {QStringLiteral("report_unreadable"), 1},
+                                        {QStringLiteral("threshold_level"), 2}};
 
 const QString kMissingLog = QStringLiteral("Missing localized text for key");
 

@@ -1,12 +1,15 @@
 // Renders the main window as a user sees it, in English and German, into PNG files: empty,
 // searching the address book for a receiver, with the sample letter, while sending, the
-// report window, and the two pages of the preferences. Run by
+// threshold popover, the cover window, the report window, and the two pages of the preferences.
+// Run by
 // `make screenshots` under Xvfb inside the tests' isolated session (a keyring for the account, the
 // provider simulator for the balance).
 #include "ProviderSimulator.h"
 #include "TestEnvironment.h"
 #include "app/AppDelegate.h"
+#include "app/FBCoverWindow.h"
 #include "app/FBMainWindow.h"
+#include "app/FBPopover.h"
 #include "app/FBReportWindow.h"
 #include "app/PreferencesController.h"
 #include "app/TokenSearchField.h"
@@ -25,9 +28,11 @@
 #include <QComboBox>
 #include <QDir>
 #include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTextEdit>
 
 namespace {
 
@@ -109,6 +114,7 @@ int main(int argc, char *argv[])
     if (!FBAccountCredentials::storePassword(QStringLiteral("secret"), &error))
         return 1;
     FBUserDefaults::setObject(QStringLiteral("demo"), kUsernameKey);
+    FBUserDefaults::setObject(QStringLiteral("4921155500199"), kLocalUriKey);
     FBUserDefaults::setObject(true, kShowExtendedToolbarKey);
     AppDelegate::setPrepareProgram(TestEnvironment::binDir() + QStringLiteral("/faxolino"));
     FXAddressBook::setSystemAddressBookEnabled(false);
@@ -154,6 +160,31 @@ int main(int argc, char *argv[])
              QStringLiteral("+49 89 5550002")});
         window->focusSendButton();
         ok &= save(window, QStringLiteral("%1/main-letter-%2.png").arg(folder, language));
+
+        // The threshold under the document type, and the cover window with a filled form.
+        delegate.showThresholdPopover();
+        ok &= save(window, QStringLiteral("%1/threshold-%2.png").arg(folder, language));
+        if (delegate.popup())
+            delegate.popup()->close();
+        FBCoverWindow *cover = delegate.coverWindow();
+        cover->tmpCoverTo->setPlainText(QStringLiteral("Kanzlei Anders\nz. Hd. Frau Berg"));
+        cover->tmpCoverFrom->setPlainText(QStringLiteral("Muster & Partner GmbH\nAnna Muster"));
+        cover->tmpCoverSubject->setText(language == QLatin1String("en")
+                                            ? QStringLiteral("Signed contract 4711")
+                                            : QStringLiteral("Unterschriebener Vertrag 4711"));
+        cover->tmpCoverTextView->setHtml(
+            language == QLatin1String("en")
+                ? QStringLiteral("<p>Dear Ms Berg,</p><p>please find the <b>signed contract</b> "
+                                 "attached. The second copy follows by post.</p>"
+                                 "<p>Kind regards<br>Anna Muster</p>")
+                : QStringLiteral("<p>Sehr geehrte Frau Berg,</p><p>anbei der <b>unterschriebene "
+                                 "Vertrag</b>. Die zweite Ausfertigung folgt per Post.</p>"
+                                 "<p>Mit freundlichen Grüßen<br>Anna Muster</p>"));
+        cover->resize(1000, 680);
+        delegate.openCoverSheet();
+        cover->move(window->x() + 50, window->y() + 40);
+        ok &= save(cover, QStringLiteral("%1/cover-%2.png").arg(folder, language));
+        cover->hide();
 
         // While sending (to the simulator).
         field->setObjectValue({QStringLiteral("+49 30 5550001")});
