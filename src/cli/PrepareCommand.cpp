@@ -3,12 +3,18 @@
 #include "cli/CommandSupport.h"
 
 #include "document/FXFaxPageGenerator.h"
+#include "document/FXPDFGenerator.h"
+#include "document/FXPageImagePDFWriter.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QSaveFile>
+#include <QTemporaryFile>
 #include <QTextStream>
+#include <QUrl>
 
 #include <optional>
 
@@ -28,6 +34,12 @@ const char usage[] =
     "                      (default 2)\n"
     "  --preview FILE      also writes the pages prepared so far to FILE while it\n"
     "                      works, printing \"preview N\" each time (N pages)\n"
+    "  --visible-page N    prepares page N first, if IN.pdf has it (needs --preview)\n"
+    "  --previous OLD.pdf  an earlier OUT.pdf of IN.pdf (needs --visible-page): when\n"
+    "                      it has as many pages as IN.pdf, it goes to the preview\n"
+    "                      FILE with page N replaced by the new one as soon as that\n"
+    "                      page is ready, printing \"preview\" and its page count;\n"
+    "                      the previews of the pages so far are then left out\n"
     "\n"
     "Exit codes: 0 the pages were written, 1 OUT.pdf could not be written, 2 a usage\n"
     "error or an input that is no readable PDF (damaged or password-protected);\n"
@@ -56,7 +68,12 @@ int PrepareCommand::run(int argc, char *argv[])
                                              QStringLiteral("level"), QStringLiteral("2"));
     const QCommandLineOption previewOption(QStringLiteral("preview"), QString(),
                                            QStringLiteral("file"));
-    parser.addOptions({typeOption, thresholdOption, previewOption});
+    const QCommandLineOption visiblePageOption(QStringLiteral("visible-page"), QString(),
+                                               QStringLiteral("page"));
+    const QCommandLineOption previousOption(QStringLiteral("previous"), QString(),
+                                            QStringLiteral("file"));
+    parser.addOptions(
+        {typeOption, thresholdOption, previewOption, visiblePageOption, previousOption});
     if (const std::optional<int> exitCode = CommandSupport::parseArguments(
             parser, argc, argv, usage,
             [&](const QString &message) { return usageError(err, message); }, true))
@@ -80,6 +97,19 @@ int PrepareCommand::run(int argc, char *argv[])
                                    .arg(parser.value(thresholdOption)));
     }
 
+    int visiblePage = 0;
+    if (parser.isSet(visiblePageOption)) {
+        visiblePage = parser.value(visiblePageOption).toInt(&isNumber);
+        if (!isNumber || visiblePage < 1) {
+            return usageError(err, QStringLiteral("the visible page is a number from 1, not \"%1\"")
+                                       .arg(parser.value(visiblePageOption)));
+        }
+        if (!parser.isSet(previewOption))
+            return usageError(err, QStringLiteral("--visible-page needs --preview"));
+    }
+    if (parser.isSet(previousOption) && !visiblePage)
+        return usageError(err, QStringLiteral("--previous needs --visible-page"));
+
     FXFaxPageGenerator::keepPageMemory();
     QFile input(files.at(0));
     if (!input.open(QIODevice::ReadOnly)) {
@@ -93,7 +123,12 @@ int PrepareCommand::run(int argc, char *argv[])
     const QString previewPath = parser.value(previewOption);
     QElapsedTimer sinceSnapshot;
     int snapshotPages = 0;
+    // Once the earlier document with the new page is shown, previews of fewer pages would take
+    // pages away from the window.
+    bool previousShown = false;
     const auto pageWritten = [&](FXPageImagePDFWriter &writer) {
+        if (previousShown)
+            return;
         const int pages = writer.pageCount();
         if (snapshotPages > 0 && (pages < 2 * snapshotPages || sinceSnapshot.elapsed() < 2000))
             return;
@@ -106,11 +141,45 @@ int PrepareCommand::run(int argc, char *argv[])
         sinceSnapshot.start();
         out << "preview " << pages << Qt::endl;
     };
+    // The page the window shows, prepared at the new level, in the document it already shows.
+    const QString previousPath = parser.value(previousOption);
+    const auto visiblePageReady = [&](const FXFaxPageGenerator::PreparedPage &page,
+                                      int sourcePageCount) {
+        if (previousPath.isEmpty() || page.outcome != FXFaxPageGenerator::PreparedPage::Written)
+            return;
+        const QUrl previous = QUrl::fromLocalFile(previousPath);
+        if (FXPDFGenerator::pageCount(previous) != sourcePageCount)
+            return;
+        QTemporaryFile single(QDir::tempPath() + QStringLiteral("/faxolino-page-XXXXXX.pdf"));
+        if (!single.open())
+            return;
+        single.close();
+        FXPageImagePDFWriter writer(single.fileName());
+        if (!writer.open() || !writer.addPage(page.stream, page.encoding, page.width, page.height)
+            || !writer.commit())
+            return;
+        const QByteArray replaced = FXPDFGenerator::withPageReplaced(
+            uint(visiblePage), previous, QUrl::fromLocalFile(single.fileName()));
+        if (replaced.isEmpty())
+            return;
+        // Replaced whole, as the window may be reading it.
+        QSaveFile preview(previewPath);
+        if (!preview.open(QIODevice::WriteOnly) || preview.write(replaced) != replaced.size()
+            || !preview.commit()) {
+            err << "faxolino prepare: cannot write \"" << previewPath
+                << "\": " << preview.errorString() << '\n';
+            return;
+        }
+        previousShown = true;
+        out << "preview " << sourcePageCount << Qt::endl;
+    };
     // Read as pages need it rather than copied whole into memory first.
     const FXFaxPageGenerator::Result result = FXFaxPageGenerator::generatePDFWithDevice(
         &input, QString(), useType, threshold, files.at(1),
         FXFaxPageGenerator::LeaveOutputUntouched,
-        previewPath.isEmpty() ? FXFaxPageGenerator::PageWritten() : pageWritten);
+        previewPath.isEmpty() ? FXFaxPageGenerator::PageWritten() : pageWritten, visiblePage,
+        visiblePage ? FXFaxPageGenerator::FirstPageReady(visiblePageReady)
+                    : FXFaxPageGenerator::FirstPageReady());
     if (!result.readable) {
         err << "faxolino prepare: \"" << files.at(0)
             << "\" is not a readable PDF document (it may be damaged or password-protected)\n";

@@ -313,12 +313,14 @@ FXFaxPageGenerator::Result FXFaxPageGenerator::generatePDFWithData(const QByteAr
 
 FXFaxPageGenerator::Result FXFaxPageGenerator::generatePDFWithDevice(
     QIODevice *input, const QString &withHeader, int useType, int threshold, const QString &toPath,
-    UnreadableInput unreadable, const PageWritten &pageWritten)
+    UnreadableInput unreadable, const PageWritten &pageWritten, int firstPage,
+    const FirstPageReady &firstPageReady)
 {
     // The header text is not stamped: the pages carry only their images.
     Q_UNUSED(withHeader)
     try {
-        return preparePages(input, useType, threshold, toPath, unreadable, pageWritten);
+        return preparePages(input, useType, threshold, toPath, unreadable, pageWritten, firstPage,
+                            firstPageReady);
     } catch (const std::bad_alloc &) {
         Result result;
         result.errorString = QStringLiteral("Not enough memory to prepare the pages.");
@@ -326,10 +328,9 @@ FXFaxPageGenerator::Result FXFaxPageGenerator::generatePDFWithDevice(
     }
 }
 
-FXFaxPageGenerator::Result FXFaxPageGenerator::preparePages(QIODevice *input, int useType,
-                                                            int threshold, const QString &toPath,
-                                                            UnreadableInput unreadable,
-                                                            const PageWritten &pageWritten)
+FXFaxPageGenerator::Result FXFaxPageGenerator::preparePages(
+    QIODevice *input, int useType, int threshold, const QString &toPath, UnreadableInput unreadable,
+    const PageWritten &pageWritten, int firstPage, const FirstPageReady &firstPageReady)
 {
     Result result;
 
@@ -365,6 +366,9 @@ FXFaxPageGenerator::Result FXFaxPageGenerator::preparePages(QIODevice *input, in
     // Both processes take pages from the same counter; finished pages wait here until the
     // ones before them are written, so the document comes out as it would from one process.
     FXPageWorker worker(pageCount, inspection.pagesOverBudget);
+    const bool outOfTurn = firstPageReady && firstPage >= 1 && firstPage <= pageCount;
+    if (outOfTurn)
+        worker.takeFirst(firstPage);
     if (pageCount >= 2)
         worker.start(input, useType, threshold);
     std::map<int, PreparedPage> finished;
@@ -397,6 +401,12 @@ FXFaxPageGenerator::Result FXFaxPageGenerator::preparePages(QIODevice *input, in
             prepared = preparePage(document, page, useType, threshold);
         finished.emplace(page, std::move(prepared));
     };
+
+    // Ready while the helper is on its first page; it is written at its place like any other.
+    if (outOfTurn) {
+        prepare(firstPage);
+        firstPageReady(finished.at(firstPage), pageCount);
+    }
 
     while (!writeFailed) {
         // Waits for the helper when too many of this process's pages are held back by one

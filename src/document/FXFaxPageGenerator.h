@@ -67,12 +67,18 @@ public:
     // Called after each page is written, in page order, with the writer (which can write a
     // snapshot of the pages so far).
     using PageWritten = std::function<void(FXPageImagePDFWriter &writer)>;
+    // Called once with the page prepared out of turn and the input's page count.
+    using FirstPageReady = std::function<void(const PreparedPage &page, int sourcePageCount)>;
     // The same, reading the PDF from an open, random-access device as pages need it, so that
-    // a large file need not be in memory.
+    // a large file need not be in memory. With firstPageReady, page firstPage (counted from 1;
+    // a number outside the document is ignored) is prepared first, while the helper works on
+    // the others, and handed to firstPageReady before any page is written; the document comes
+    // out the same.
     static Result generatePDFWithDevice(QIODevice *input, const QString &withHeader, int useType,
                                         int threshold, const QString &toPath,
                                         UnreadableInput unreadable = WriteEmptyDocument,
-                                        const PageWritten &pageWritten = {});
+                                        const PageWritten &pageWritten = {}, int firstPage = 0,
+                                        const FirstPageReady &firstPageReady = {});
 
     // Renders, converts and codes page `page` (counted from 1).
     static PreparedPage preparePage(QPdfDocument &document, int page, int useType, int threshold);
@@ -98,5 +104,6 @@ public:
 
 private:
     static Result preparePages(QIODevice *input, int useType, int threshold, const QString &toPath,
-                               UnreadableInput unreadable, const PageWritten &pageWritten);
+                               UnreadableInput unreadable, const PageWritten &pageWritten,
+                               int firstPage = 0, const FirstPageReady &firstPageReady = {});
 };

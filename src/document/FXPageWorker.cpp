@@ -35,6 +35,10 @@ namespace {
 constexpr char helperName[] = "faxolino-render";
 constexpr int sharedFd = 3;
 constexpr int pipeSize = 1 << 20;
+// A page's byte in shared memory: 0, or beyond the memory budget (it comes back as out of
+// memory at once), or taken out of turn by the parent (the helper passes over it).
+constexpr unsigned char skippedPage = 1;
+constexpr unsigned char parentsPage = 2;
 // The helper's address space. Page preparation needs a few hundred megabytes; the limit only
 // ends what would otherwise take the machine's memory. Sanitizers reserve terabytes of
 // address space for themselves, so their builds go without.
@@ -141,7 +145,7 @@ struct FXPageWorker::Shared
 
 static_assert(std::atomic<int>::is_always_lock_free, "the counter is shared between processes");
 
-// The shared memory holds the counter, then one byte per page, 1 for a page to skip.
+// The shared memory holds the counter, then one byte per page.
 FXPageWorker::FXPageWorker(int pageCount, const std::vector<int> &skipped)
     : m_pageCount(std::clamp(pageCount, 0, INT_MAX - 4))
     , m_skipped(size_t(m_pageCount) + 1, false)
@@ -198,7 +202,9 @@ bool FXPageWorker::start(QIODevice *input, int useType, int threshold)
     }
     m_shared = new (memory) Shared{m_localNext};
     for (int page = 0; page <= m_pageCount; ++page)
-        sharedFlags()[page] = m_skipped[size_t(page)];
+        sharedFlags()[page] = m_skipped[size_t(page)] ? skippedPage : 0;
+    if (m_first > 0)
+        sharedFlags()[m_first] = parentsPage;
 
     const int document = documentDescriptor(input);
     int pipe[2];
@@ -251,14 +257,28 @@ bool FXPageWorker::start(QIODevice *input, int useType, int threshold)
     m_pid = pid;
     m_pipe = pipe[0];
     m_sent.assign(size_t(m_pageCount) + 1, false);
+    // Counts as sent already, so that the helper sending it anyway is a fault.
+    if (m_first > 0)
+        m_sent[size_t(m_first)] = true;
     m_sinceLastPage.start();
     return true;
 }
 
+void FXPageWorker::takeFirst(int page)
+{
+    if (!m_shared && page >= 1 && page <= m_pageCount)
+        m_first = page;
+}
+
 int FXPageWorker::claim()
 {
-    const int page = m_shared ? m_shared->next.fetch_add(1) : m_localNext++;
-    return page <= m_pageCount ? page : 0;
+    for (;;) {
+        const int page = m_shared ? m_shared->next.fetch_add(1) : m_localNext++;
+        if (page > m_pageCount)
+            return 0;
+        if (page != m_first)
+            return page;
+    }
 }
 
 void FXPageWorker::receive(std::map<int, FXFaxPageGenerator::PreparedPage> &pages, bool wait)
@@ -331,7 +351,7 @@ FXPageWorker::lostPages(int firstUnwritten,
         return lost;
     const int claimed = std::min(m_shared->next.load() - 1, m_pageCount);
     for (int page = std::max(firstUnwritten, 1); page <= claimed; ++page) {
-        if (!pages.count(page))
+        if (page != m_first && !pages.count(page))
             lost.push_back(page);
     }
     return lost;
@@ -387,7 +407,7 @@ int FXPageWorker::serve(int argc, char *argv[])
     if (memory == MAP_FAILED)
         return 2;
     auto *shared = static_cast<Shared *>(memory);
-    const auto *skipped = reinterpret_cast<const unsigned char *>(shared + 1);
+    const auto *flags = reinterpret_cast<const unsigned char *>(shared + 1);
 
     QFile input;
     if (!input.open(STDIN_FILENO, QIODevice::ReadOnly, QFileDevice::DontCloseHandle))
@@ -401,8 +421,10 @@ int FXPageWorker::serve(int argc, char *argv[])
         const int page = shared->next.fetch_add(1);
         if (page > pageCount)
             return 0;
+        if (flags[page] == parentsPage)
+            continue;
         FXFaxPageGenerator::PreparedPage prepared;
-        if (skipped[page])
+        if (flags[page] == skippedPage)
             prepared.outcome = FXFaxPageGenerator::PreparedPage::OutOfMemory;
         else
             prepared = FXFaxPageGenerator::preparePage(document, page, useType, threshold);

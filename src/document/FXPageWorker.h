@@ -33,6 +33,9 @@ public:
     // be started; the pages then all stay here. FAXOLINO_RENDER_HELPER names the program; set
     // to an empty value it turns the helper off.
     bool start(QIODevice *input, int useType, int threshold);
+    // Keeps page `page` (counted from 1) for this process to prepare out of turn: neither
+    // claim() nor the helper hands it out. Called before start().
+    void takeFirst(int page);
     bool isRunning() const { return m_pid > 0; }
 
     // The next page to prepare here, counted from 1, or 0 when every page has been taken.
@@ -76,6 +79,7 @@ private:
     Shared *m_shared = nullptr;
     size_t m_sharedSize = 0;
     int m_localNext = 1;           // the counter when shared memory cannot be had
+    int m_first = 0;               // the page taken out of turn, or 0
     std::vector<bool> m_skipped;   // by page
     QElapsedTimer m_sinceLastPage; // while the helper runs
     pid_t m_pid = -1;

@@ -5,6 +5,7 @@
 #include "document/FXPageWorker.h"
 #include "document/GraphicsAdditions.h"
 
+#include <QBuffer>
 #include <QFile>
 #include <QPdfDocument>
 #include <QProcess>
@@ -351,6 +352,51 @@ private Q_SLOTS:
             QVERIFY(result.helperPageCount > 0);
         else
             QCOMPARE(result.helperPageCount, 0);
+    }
+
+    // A page taken out of turn reaches the caller before any page is written, is prepared
+    // by neither the helper nor the counter again, and the document comes out the same.
+    void pageOutOfTurn_data()
+    {
+        QTest::addColumn<bool>("helper");
+        QTest::addColumn<int>("page");
+        QTest::newRow("alone, middle page") << false << 3;
+        QTest::newRow("with the helper, first page") << true << 1;
+        QTest::newRow("with the helper, last page") << true << 5;
+    }
+    void pageOutOfTurn()
+    {
+        QFETCH(bool, helper);
+        QFETCH(int, page);
+        const auto restore = qScopeGuard([] { qunsetenv("FAXOLINO_RENDER_HELPER"); });
+        qputenv("FAXOLINO_RENDER_HELPER",
+                helper
+                    ? (TestEnvironment::binDir() + QStringLiteral("/faxolino-render")).toLocal8Bit()
+                    : QByteArray());
+        const QByteArray input = TestEnvironment::readFile(fixture(QStringLiteral("five.pdf")));
+        const QString inOrder = m_dir.filePath(QStringLiteral("in-order.pdf"));
+        QVERIFY(FXFaxPageGenerator::generatePDFWithData(input, QString(), 0, 2, inOrder).written);
+
+        QStringList calls;
+        LogCapture log;
+        const QString out = m_dir.filePath(QStringLiteral("out-of-turn.pdf"));
+        QByteArray bytes = input;
+        QBuffer buffer(&bytes);
+        QVERIFY(buffer.open(QIODevice::ReadOnly));
+        const FXFaxPageGenerator::Result result = FXFaxPageGenerator::generatePDFWithDevice(
+            &buffer, QString(), 0, 2, out, FXFaxPageGenerator::WriteEmptyDocument,
+            [&](FXPageImagePDFWriter &) { calls << QStringLiteral("written"); }, page,
+            [&](const FXFaxPageGenerator::PreparedPage &prepared, int sourcePageCount) {
+                calls
+                    << QStringLiteral("first %1 of %2").arg(prepared.outcome).arg(sourcePageCount);
+            });
+        QCOMPARE(result.pageCount, 5);
+        QCOMPARE(calls.value(0), QStringLiteral("first 0 of 5"));
+        QCOMPARE(calls.count(QStringLiteral("written")), 5);
+        QCOMPARE(calls.size(), 6);
+        QVERIFY2(!log.contains(QStringLiteral("render helper")),
+                 qPrintable(log.messages().join(QLatin1Char('\n'))));
+        QCOMPARE(TestEnvironment::readFile(out), TestEnvironment::readFile(inOrder));
     }
 
     void damagedInput_data()
