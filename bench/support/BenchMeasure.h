@@ -2,11 +2,15 @@
 
 // What the window benchmarks measure with: paints of a widget, and the median of times.
 
+#include <QElapsedTimer>
 #include <QEvent>
+#include <QEventLoop>
 #include <QList>
 #include <QObject>
+#include <QTimer>
 
 #include <algorithm>
+#include <functional>
 
 namespace BenchMeasure {
 
@@ -32,6 +36,21 @@ inline double median(QList<double> values)
     std::sort(values.begin(), values.end());
     const qsizetype middle = values.size() / 2;
     return values.size() % 2 ? values.at(middle) : (values.at(middle - 1) + values.at(middle)) / 2;
+}
+
+// Runs the event loop until done() holds or the time is up.
+inline bool waitFor(const std::function<bool()> &done, int ms = 120000)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!done()) {
+        if (timer.elapsed() > ms)
+            return false;
+        QEventLoop loop;
+        QTimer::singleShot(2, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+    return true;
 }
 
 } // namespace BenchMeasure

@@ -33,23 +33,9 @@
 namespace {
 
 using BenchMeasure::median;
+using BenchMeasure::waitFor;
 
 constexpr int kRuns = 3;
-
-// Runs the event loop until done() holds or the time is up.
-bool waitFor(const std::function<bool()> &done, int ms = 120000)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!done()) {
-        if (timer.elapsed() > ms)
-            return false;
-        QEventLoop loop;
-        QTimer::singleShot(2, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
-    return true;
-}
 
 double peakMiB()
 {

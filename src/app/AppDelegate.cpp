@@ -43,6 +43,7 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QPdfDocument>
+#include <QPdfPageNavigator>
 #include <QPdfView>
 #include <QProcess>
 #include <QProgressBar>
@@ -60,6 +61,8 @@
 #include <cstdio>
 #include <limits>
 #include <memory>
+
+#include <sys/resource.h>
 
 namespace {
 
@@ -253,6 +256,11 @@ AppDelegate::~AppDelegate()
         m_preparation->disconnect(this);
         m_preparation->kill();
     }
+    if (m_sparePreparation) {
+        m_sparePreparation->disconnect(this);
+        m_sparePreparation->kill();
+        m_sparePreparation->waitForFinished(1000);
+    }
     // The document announces its closing while the window goes.
     disconnect(m_window->document, nullptr, this, nullptr);
     delete m_reportWindow;
@@ -427,7 +435,7 @@ void AppDelegate::openFaxWindow(Sender sender)
         m_preparation->kill();
     m_window->sffProgressIndicator->hide();
     m_shownPreparation = 0;
-    m_shownComplete = false;
+    m_processedComplete = false;
     FXFaxFileManager::deleteAllTempFiles();
     _hasCoverSheet = false;
     if (m_coverWindow) {
@@ -515,6 +523,9 @@ void AppDelegate::processFaxFileForPath(const QString &path, bool clearNumber)
 
 void AppDelegate::processSFFForData()
 {
+    const bool conversionOnly = std::exchange(m_conversionOnly, false);
+    if (!conversionOnly)
+        m_processedComplete = false;
     if (!isAppConfigured() || m_documentPath.isEmpty())
         return;
     // An older preparation ends through its finished handler, which throws its files away.
@@ -529,13 +540,26 @@ void AppDelegate::processSFFForData()
     const QDir folder(FXFaxFileManager::workingFolder());
     const QString output = folder.filePath(QStringLiteral("_preview-%1.pdf").arg(serial));
     const QString preview = folder.filePath(QStringLiteral("_preview-%1-partial.pdf").arg(serial));
-    auto *process = new QProcess(this);
+    QStringList arguments = QStringList{QStringLiteral("prepare"), m_documentPath, output}
+                            + preparationOptions(_documentType, _documentTypeThreshold)
+                            + QStringList{QStringLiteral("--preview"), preview};
+    // Deliberately, beyond preparing the document again, a new conversion of pages already
+    // shown prepares the page in view first and shows it among the pages shown so far, so
+    // that a threshold slider's effect shows at once; the other pages follow.
+    m_restyleSerial = 0;
+    if (conversionOnly && m_processedComplete && m_shownPreparation != 0) {
+        m_restyleSerial = serial;
+        m_restylePage = m_window->pdfView->pageNavigator()->currentPage();
+        arguments << QStringLiteral("--visible-page") << QString::number(m_restylePage + 1)
+                  << QStringLiteral("--previous")
+                  << FXFaxFileManager::filePathForProcessedFaxFile();
+    }
+    QProcess *process =
+        arguments.join(QString()).contains(QLatin1Char('\n')) ? nullptr : takeSparePreparation();
+    const bool waiting = process != nullptr;
+    if (!waiting)
+        process = newPreparationProcess();
     m_preparation = process;
-    process->setProgram(preparationProgram());
-    process->setArguments(QStringList{QStringLiteral("prepare"), m_documentPath, output}
-                          + preparationOptions(_documentType, _documentTypeThreshold)
-                          + QStringList{QStringLiteral("--preview"), preview});
-    process->setProcessChannelMode(QProcess::SeparateChannels);
     auto *deadline = new QTimer(process);
     deadline->setSingleShot(true);
     connect(deadline, &QTimer::timeout, process, [process] {
@@ -552,10 +576,16 @@ void AppDelegate::processSFFForData()
                         continue;
                     bool counted = false;
                     const int pages = line.startsWith("preview ") ? line.mid(8).toInt(&counted) : 0;
-                    if (counted && pages > 0)
-                        showPreparedDocument(preview, pages, serial, false);
-                    else
+                    if (!counted || pages <= 0) {
                         *lastLine = line;
+                    } else if (serial != m_restyleSerial) {
+                        showPreparedDocument(preview, pages, serial, false);
+                    } else if (pages >= m_window->document->pageCount()) {
+                        // A new conversion never shows fewer pages than are shown. Once the
+                        // page in view is there, the next change of the slider may come.
+                        showPreparedDocument(preview, pages, serial, false);
+                        startSparePreparation();
+                    }
                 }
                 // A line too long to be ours is dropped.
                 if (process->bytesAvailable() > 64)
@@ -571,6 +601,8 @@ void AppDelegate::processSFFForData()
                     return;
                 }
                 m_window->sffProgressIndicator->hide();
+                // The next preparation waits ready while the window is idle.
+                startSparePreparation();
                 if (const QByteArray rest = process->readAllStandardOutput().trimmed();
                     !rest.isEmpty() && rest.size() < 64)
                     *lastLine = rest;
@@ -582,7 +614,7 @@ void AppDelegate::processSFFForData()
                               process->readAllStandardError().trimmed().constData());
                     m_window->document->close();
                     m_shownPreparation = 0;
-                    m_shownComplete = false;
+                    m_processedComplete = false;
                     m_window->statusPagesLabel->setText(pagesText(0));
                     alert(FXText("plugin_error_header"), FXText("plugin_error_body"),
                           [] { MVPDFServices::openFaxonPluginURL(); });
@@ -591,7 +623,9 @@ void AppDelegate::processSFFForData()
                 }
                 const QString processed = FXFaxFileManager::filePathForProcessedFaxFile();
                 QFile::remove(processed);
-                if (!QFile::rename(output, processed))
+                if (QFile::rename(output, processed))
+                    m_processedComplete = true;
+                else
                     qCWarning(lcApp, "Cannot keep the prepared pages as %s",
                               qUtf8Printable(processed));
                 showPreparedDocument(processed, pages, serial, true);
@@ -606,7 +640,54 @@ void AppDelegate::processSFFForData()
         }
     });
     deadline->start(prepareDeadlineMs);
-    process->start();
+    if (waiting) {
+        process->write(arguments.mid(1).join(QLatin1Char('\n')).toLocal8Bit() + "\n\n");
+        process->closeWriteChannel();
+    } else {
+        process->setArguments(arguments);
+        process->start();
+    }
+}
+
+QProcess *AppDelegate::newPreparationProcess()
+{
+    auto *process = new QProcess(this);
+    process->setProgram(preparationProgram());
+    process->setProcessChannelMode(QProcess::SeparateChannels);
+    // Below the window: drawing the pages it shows goes before preparing the others.
+    process->setChildProcessModifier([] { ::setpriority(PRIO_PROCESS, 0, 10); });
+    return process;
+}
+
+void AppDelegate::startSparePreparation()
+{
+    if (m_sparePreparation || !isAppConfigured())
+        return;
+    // Deliberately, beyond preparing on demand, the next preparation is started ahead, its
+    // libraries bound at start, and waits for its arguments: a threshold change then shows
+    // without the program's start-up.
+    QProcess *spare = newPreparationProcess();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("LD_BIND_NOW"), QStringLiteral("1"));
+    spare->setProcessEnvironment(environment);
+    spare->setArguments({QStringLiteral("prepare"), QStringLiteral("--arguments-on-stdin")});
+    connect(spare, &QProcess::finished, this, [spare] { spare->deleteLater(); });
+    spare->start();
+    m_sparePreparation = spare;
+}
+
+QProcess *AppDelegate::takeSparePreparation()
+{
+    QProcess *spare = std::exchange(m_sparePreparation, nullptr);
+    if (!spare)
+        return nullptr;
+    spare->disconnect(this);
+    if (spare->state() == QProcess::Running && spare->program() == preparationProgram())
+        return spare;
+    spare->kill();
+    spare->waitForFinished(1000);
+    spare->deleteLater();
+    return nullptr;
 }
 
 void AppDelegate::showPreparedDocument(const QString &path, int pageCount, quint64 serial,
@@ -614,21 +695,34 @@ void AppDelegate::showPreparedDocument(const QString &path, int pageCount, quint
 {
     // Deliberately, pages are shown while they are prepared, not only at the end. Pages shown
     // earlier by this preparation stay as they are: the thumbnails already drawn, the scroll
-    // position and the chosen page; only the first showing scrolls to the top.
+    // position and the chosen page; only the first showing scrolls to the top. A new
+    // conversion of the pages shown keeps the view too, and its thumbnails are drawn anew.
     const bool growing = m_shownPreparation == serial;
+    const bool restyled = serial == m_restyleSerial;
+    const bool keepView = growing || restyled;
     const int scrolled = m_window->pdfView->verticalScrollBar()->value();
     const int current = m_window->collectionView->currentIndex().row();
-    m_window->thumbnails->setKeepImages(growing);
+    // The first showing of a new conversion holds the pages shown before but for the one in
+    // view (and one a conversion before it changed).
+    if (restyled && !complete) {
+        m_window->thumbnails->setReload(FBPageThumbnailModel::Reload::Keep,
+                                        {m_restylePage, m_composedPage});
+        m_composedPage = m_restylePage;
+    } else {
+        m_window->thumbnails->setReload(restyled  ? FBPageThumbnailModel::Reload::Redraw
+                                        : growing ? FBPageThumbnailModel::Reload::Keep
+                                                  : FBPageThumbnailModel::Reload::Clear);
+        m_composedPage = -1;
+    }
     m_window->document->load(path);
-    m_window->thumbnails->setKeepImages(false);
+    m_window->thumbnails->setReload(FBPageThumbnailModel::Reload::Clear);
     m_shownPreparation = serial;
-    m_shownComplete = complete;
     m_window->statusPagesLabel->setText(pagesText(pageCount));
-    m_window->pdfView->verticalScrollBar()->setValue(growing ? scrolled : 0);
-    if (growing && current >= 0)
+    m_window->pdfView->verticalScrollBar()->setValue(keepView ? scrolled : 0);
+    if (keepView && current >= 0)
         m_window->collectionView->setCurrentIndex(m_window->thumbnails->index(current));
     updateActions();
-    if (!growing) {
+    if (!keepView) {
         if (destinationNumber.isEmpty())
             m_window->receiverField->setFocus();
         else
@@ -791,7 +885,7 @@ void AppDelegate::refreshCoverSheet(bool use, bool hasExisting)
     m_window->document->close();
     m_window->statusPagesLabel->clear();
     m_shownPreparation = 0;
-    m_shownComplete = false;
+    m_processedComplete = false;
     m_documentPath.clear();
 }
 

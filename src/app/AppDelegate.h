@@ -159,6 +159,10 @@ private:
     void alert(const QString &title, const QString &text,
                const std::function<void()> &onDefault = {});
     void showPreparedDocument(const QString &path, int pageCount, quint64 serial, bool complete);
+    QProcess *newPreparationProcess();
+    void startSparePreparation();
+    // The waiting preparation when it can take arguments; null otherwise.
+    QProcess *takeSparePreparation();
     void updateActions();
     FBPopover *showPopover(const QString &text, const QPoint &point, bool takesInput = true);
     // Where the outcome of a send is shown: by the send button, above the preview's right end.
@@ -180,12 +184,18 @@ private:
     QVariantList _receiverNumbers;
     QString m_documentPath;
     QPointer<QProcess> m_preparation;
+    // The next preparation, started ahead and waiting for its arguments.
+    QPointer<QProcess> m_sparePreparation;
     quint64 m_openSerial = 0; // of the newest document being copied in
     quint64 m_preparationSerial = 0;
     quint64 m_shownPreparation = 0; // whose pages the window shows
-    bool m_shownComplete = false;   // those pages are all there
+    // The processed fax file holds every page of the document as it stands.
+    bool m_processedComplete = false;
     // The next preparation only converts the pages differently: same pages, same order.
     bool m_conversionOnly = false;
+    quint64 m_restyleSerial = 0; // the preparation that does so, or 0
+    int m_restylePage = 0;       // the page in view it prepares first, from 0
+    int m_composedPage = -1;     // the page shown that differs from the processed fax file
     FXFaxConnection *m_connection = nullptr;
     FBNotificationCenter *m_notifications;
     PhoneEntriesController *m_phoneEntries;

@@ -32,6 +32,7 @@ FBPageThumbnailModel::FBPageThumbnailModel(QPdfDocument *document, QObject *pare
                 QImage sharp = image;
                 sharp.setDevicePixelRatio(2.0);
                 m_images.insert(page, sharp);
+                m_current.insert(page);
                 const QModelIndex changed = index(page);
                 Q_EMIT dataChanged(changed, changed, {Qt::DecorationRole});
             });
@@ -40,9 +41,13 @@ FBPageThumbnailModel::FBPageThumbnailModel(QPdfDocument *document, QObject *pare
 void FBPageThumbnailModel::reset()
 {
     beginResetModel();
-    // Requests in flight end with the old document; pages without an image ask again.
-    if (!m_keepImages)
+    // Requests in flight end with the old document; pages without a current image ask again.
+    if (m_reload == Reload::Clear)
         m_images.clear();
+    if (m_reload != Reload::Keep)
+        m_current.clear();
+    for (const int page : std::as_const(m_changed))
+        m_current.remove(page);
     m_requested.clear();
     endResetModel();
 }
@@ -74,12 +79,16 @@ QVariant FBPageThumbnailModel::data(const QModelIndex &index, int role) const
     case Qt::AccessibleTextRole:
         return FXText("thumbnail_page").arg(page + 1).arg(rowCount());
     case Qt::DecorationRole: {
-        if (const auto image = m_images.constFind(page); image != m_images.constEnd())
+        const auto image = m_images.constFind(page);
+        if (image != m_images.constEnd() && m_current.contains(page))
             return *image;
         if (!m_requested.contains(page)) {
             m_requested.insert(page);
             m_renderer->requestPage(page, thumbnailSize(page) * 2);
         }
+        // The page as it was drawn before, until it is drawn anew.
+        if (image != m_images.constEnd())
+            return *image;
         QImage blank(thumbnailSize(page), QImage::Format_RGB32);
         blank.fill(Qt::white);
         return blank;

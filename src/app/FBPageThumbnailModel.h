@@ -20,9 +20,16 @@ public:
 
     explicit FBPageThumbnailModel(QPdfDocument *document, QObject *parent = nullptr);
 
-    // While set, a reloaded document keeps the thumbnails drawn so far: it is the same
-    // document with more pages.
-    void setKeepImages(bool keep) { m_keepImages = keep; }
+    // What a reloaded document does with the thumbnails drawn so far: drops them (another
+    // document), keeps them (the same pages, more of them; those in `changed` are drawn anew),
+    // or shows them until each is drawn anew (the same pages, converted differently). Applies
+    // to the next reload.
+    enum class Reload { Clear, Keep, Redraw };
+    void setReload(Reload reload, const QSet<int> &changed = {})
+    {
+        m_reload = reload;
+        m_changed = changed;
+    }
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
     QVariant data(const QModelIndex &index, int role) const override;
@@ -46,6 +53,8 @@ private:
     QPdfDocument *m_document;
     QPdfPageRenderer *m_renderer;
     QHash<int, QImage> m_images;
+    QSet<int> m_current; // pages whose image is of the document shown
     mutable QSet<int> m_requested;
-    bool m_keepImages = false;
+    Reload m_reload = Reload::Clear;
+    QSet<int> m_changed;
 };

@@ -3,20 +3,20 @@
 #include "cli/CommandSupport.h"
 
 #include "document/FXFaxPageGenerator.h"
-#include "document/FXPDFGenerator.h"
 #include "document/FXPageImagePDFWriter.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
-#include <QTemporaryFile>
 #include <QTextStream>
-#include <QUrl>
 
+#include <iostream>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -40,10 +40,20 @@ const char usage[] =
     "                      FILE with page N replaced by the new one as soon as that\n"
     "                      page is ready, printing \"preview\" and its page count;\n"
     "                      the previews of the pages so far are then left out\n"
+    "  --arguments-on-stdin\n"
+    "                      given alone, reads the arguments above from standard\n"
+    "                      input instead, one a line, up to an empty line: a\n"
+    "                      window starts the command before it knows them\n"
     "\n"
     "Exit codes: 0 the pages were written, 1 OUT.pdf could not be written, 2 a usage\n"
     "error or an input that is no readable PDF (damaged or password-protected);\n"
     "OUT.pdf stays untouched then.\n";
+
+constexpr size_t kMaximumArguments = 32;
+constexpr size_t kMaximumArgumentSize = 4096;
+
+// An earlier output is the window's own fax file; anything larger is no such file.
+constexpr qint64 kMaximumPreviousBytes = qint64(1) << 30;
 
 int usageError(QTextStream &err, const QString &message)
 {
@@ -61,6 +71,24 @@ int PrepareCommand::run(int argc, char *argv[])
     QTextStream out(stdout);
     QTextStream err(stderr);
 
+    // Started ahead of need, with its libraries bound at start, the command waits here for its
+    // arguments.
+    std::vector<QByteArray> waited;
+    std::vector<char *> waitedArguments;
+    if (argc == 2 && qstrcmp(argv[1], "--arguments-on-stdin") == 0) {
+        waited = {argv[0]};
+        std::string line;
+        while (waited.size() < kMaximumArguments && std::getline(std::cin, line) && !line.empty())
+            waited.emplace_back(QByteArray::fromStdString(line.substr(0, kMaximumArgumentSize)));
+        // The render helper starts as any program does.
+        qunsetenv("LD_BIND_NOW");
+        for (QByteArray &argument : waited)
+            waitedArguments.push_back(argument.data());
+        waitedArguments.push_back(nullptr);
+    }
+    const int count = waited.empty() ? argc : int(waited.size());
+    char **values = waited.empty() ? argv : waitedArguments.data();
+
     QCommandLineParser parser;
     const QCommandLineOption typeOption(QStringLiteral("type"), QString(), QStringLiteral("type"),
                                         QStringLiteral("text"));
@@ -75,7 +103,7 @@ int PrepareCommand::run(int argc, char *argv[])
     parser.addOptions(
         {typeOption, thresholdOption, previewOption, visiblePageOption, previousOption});
     if (const std::optional<int> exitCode = CommandSupport::parseArguments(
-            parser, argc, argv, usage,
+            parser, count, values, usage,
             [&](const QString &message) { return usageError(err, message); }, true))
         return *exitCode;
 
@@ -141,26 +169,23 @@ int PrepareCommand::run(int argc, char *argv[])
         sinceSnapshot.start();
         out << "preview " << pages << Qt::endl;
     };
-    // The page the window shows, prepared at the new level, in the document it already shows.
+    // The page the window shows, prepared at the new level, in the document it already shows:
+    // an update appended to that document replaces the page's image.
     const QString previousPath = parser.value(previousOption);
     const auto visiblePageReady = [&](const FXFaxPageGenerator::PreparedPage &page,
                                       int sourcePageCount) {
         if (previousPath.isEmpty() || page.outcome != FXFaxPageGenerator::PreparedPage::Written)
             return;
-        const QUrl previous = QUrl::fromLocalFile(previousPath);
-        if (FXPDFGenerator::pageCount(previous) != sourcePageCount)
+        QFile previous(previousPath);
+        if (!QFileInfo(previousPath).isFile() || previous.size() > kMaximumPreviousBytes
+            || !previous.open(QIODevice::ReadOnly))
             return;
-        QTemporaryFile single(QDir::tempPath() + QStringLiteral("/faxolino-page-XXXXXX.pdf"));
-        if (!single.open())
-            return;
-        single.close();
-        FXPageImagePDFWriter writer(single.fileName());
-        if (!writer.open() || !writer.addPage(page.stream, page.encoding, page.width, page.height)
-            || !writer.commit())
-            return;
-        const QByteArray replaced = FXPDFGenerator::withPageReplaced(
-            uint(visiblePage), previous, QUrl::fromLocalFile(single.fileName()));
-        if (replaced.isEmpty())
+        int previousPages = 0;
+        QString problem;
+        const QByteArray replaced = FXPageImagePDFWriter::withPageImage(
+            previous.readAll(), visiblePage, page.stream, page.encoding, page.width, page.height,
+            &previousPages, &problem);
+        if (replaced.isEmpty() || previousPages != sourcePageCount)
             return;
         // Replaced whole, as the window may be reading it.
         QSaveFile preview(previewPath);

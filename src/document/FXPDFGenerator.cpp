@@ -374,23 +374,3 @@ QByteArray FXPDFGenerator::pagesFrom(uint firstPage, const QUrl &inPDFDocument)
     QByteArray data;
     return assembly.write(QString(), &data, false) ? data : QByteArray();
 }
-
-QByteArray FXPDFGenerator::withPageReplaced(uint page, const QUrl &inPDFDocument,
-                                            const QUrl &byFirstPageOf)
-{
-    Assembly assembly;
-    Source *source = assembly.open(inPDFDocument);
-    if (!source || page == 0 || page > source->pages.size())
-        return QByteArray();
-    Source *replacement = assembly.open(byFirstPageOf);
-    if (!replacement || replacement->pages.empty())
-        return QByteArray();
-    for (size_t i = 0; i < source->pages.size(); ++i) {
-        if (i + 1 == page)
-            assembly.append(replacement, 0);
-        else
-            assembly.append(source, i);
-    }
-    QByteArray data;
-    return assembly.write(QString(), &data, false) ? data : QByteArray();
-}

@@ -53,12 +53,6 @@ public:
     // Empty when the document cannot be read or has no such page.
     static QByteArray pagesFrom(uint firstPage, const QUrl &inPDFDocument);
 
-    // The document with its page `page` (counted from 1) replaced by the first page of
-    // byFirstPageOf. Empty when either cannot be read or there is no such page. Uses no merge
-    // file, so it may run beside the other operations.
-    static QByteArray withPageReplaced(uint page, const QUrl &inPDFDocument,
-                                       const QUrl &byFirstPageOf);
-
     // The document with the dragged pages (indices from 0) moved to toIndex by the same rule
     // the thumbnail grid follows (FXPageMove). Empty when the document cannot be read.
     static QByteArray movePagesAtIndexes(const QList<qsizetype> &indexes, qsizetype toIndex,

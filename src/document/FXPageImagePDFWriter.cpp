@@ -2,6 +2,11 @@
 
 #include <QFile>
 
+#include <qpdf/QPDF.hh>
+#include <qpdf/QPDFObjectHandle.hh>
+#include <qpdf/QPDFPageDocumentHelper.hh>
+#include <qpdf/QPDFPageObjectHelper.hh>
+
 #include <algorithm>
 
 namespace {
@@ -51,12 +56,12 @@ bool FXPageImagePDFWriter::addPage(const QByteArray &stream, Encoding encoding, 
         return false;
     const int pageObject = m_offsets.size() + 1;
     const int contentsObject = pageObject + 1;
-    const int imageObject = pageObject + 2;
+    const int imageNumber = pageObject + 2;
 
     beginObject();
     write(number(pageObject) + " 0 obj\n<< /Type /Page /Parent 2 0 R /MediaBox [0 0 "
           + number(mediaWidth) + ' ' + number(mediaHeight) + "] /Resources << /XObject << /Im0 "
-          + number(imageObject) + " 0 R >> >> /Contents " + number(contentsObject)
+          + number(imageNumber) + " 0 R >> >> /Contents " + number(contentsObject)
           + " 0 R >>\nendobj\n");
 
     const QByteArray contents =
@@ -65,7 +70,19 @@ bool FXPageImagePDFWriter::addPage(const QByteArray &stream, Encoding encoding, 
     write(number(contentsObject) + " 0 obj\n<< /Length " + number(contents.size()) + " >>\nstream\n"
           + contents + "endstream\nendobj\n");
 
-    QByteArray image = number(imageObject) + " 0 obj\n<< /Type /XObject /Subtype /Image /Width "
+    beginObject();
+    write(imageObject(imageNumber, stream, encoding, width, height));
+
+    if (m_failed)
+        return false;
+    m_pageObjects.append(pageObject);
+    return true;
+}
+
+QByteArray FXPageImagePDFWriter::imageObject(int object, const QByteArray &stream,
+                                             Encoding encoding, int width, int height)
+{
+    QByteArray image = number(object) + " 0 obj\n<< /Type /XObject /Subtype /Image /Width "
                        + number(width) + " /Height " + number(height) + " /ColorSpace /DeviceGray";
     if (encoding == Group4) {
         image += " /BitsPerComponent 1 /Filter /CCITTFaxDecode /DecodeParms << /K -1 /Columns "
@@ -73,16 +90,68 @@ bool FXPageImagePDFWriter::addPage(const QByteArray &stream, Encoding encoding, 
     } else {
         image += " /BitsPerComponent 8 /Filter /FlateDecode";
     }
-    image += " /Length " + number(stream.size()) + " >>\nstream\n";
-    beginObject();
-    write(image);
-    write(stream);
-    write("\nendstream\nendobj\n");
+    return image + " /Length " + number(stream.size()) + " >>\nstream\n" + stream
+           + "\nendstream\nendobj\n";
+}
 
-    if (m_failed)
-        return false;
-    m_pageObjects.append(pageObject);
-    return true;
+QByteArray FXPageImagePDFWriter::withPageImage(const QByteArray &document, int page,
+                                               const QByteArray &stream, Encoding encoding,
+                                               int width, int height, int *pageCount,
+                                               QString *errorString)
+{
+    const auto failed = [errorString](const QString &what) {
+        *errorString = what;
+        return QByteArray();
+    };
+    // The update refers back to the document's last cross-reference table.
+    const qsizetype marker = document.lastIndexOf("startxref");
+    bool isNumber = false;
+    const qint64 previousTable = marker < 0 ? -1
+                                            : document.mid(marker + 9, 24)
+                                                  .trimmed()
+                                                  .split('\n')
+                                                  .value(0)
+                                                  .trimmed()
+                                                  .toLongLong(&isNumber);
+    if (!isNumber || previousTable < 0 || previousTable >= document.size()
+        || !document.mid(previousTable, 4).startsWith("xref"))
+        return failed(QStringLiteral("the document does not end in a cross-reference table"));
+    int object = 0;
+    QByteArray trailer;
+    try {
+        QPDF pdf;
+        pdf.setSuppressWarnings(true);
+        pdf.processMemoryFile("document", document.constData(), size_t(document.size()));
+        std::vector<QPDFPageObjectHelper> pages = QPDFPageDocumentHelper(pdf).getAllPages();
+        *pageCount = int(pages.size());
+        if (page < 1 || page > *pageCount)
+            return failed(QStringLiteral("the document has no page %1").arg(page));
+        const std::map<std::string, QPDFObjectHandle> images =
+            pages.at(size_t(page - 1)).getImages();
+        if (images.size() != 1 || !images.begin()->second.isIndirect()
+            || images.begin()->second.getGeneration() != 0)
+            return failed(QStringLiteral("page %1 holds other than one image").arg(page));
+        object = images.begin()->second.getObjectID();
+        QPDFObjectHandle old = pdf.getTrailer();
+        trailer = "<< /Size " + QByteArray::number(old.getKey("/Size").getIntValue());
+        for (const char *key : {"/Root", "/Info", "/ID"}) {
+            if (old.hasKey(key))
+                trailer += ' ' + QByteArray(key) + ' '
+                           + QByteArray::fromStdString(old.getKey(key).unparse());
+        }
+    } catch (const std::exception &e) {
+        return failed(QString::fromLocal8Bit(e.what()));
+    }
+    QByteArray result = document;
+    if (!result.endsWith('\n'))
+        result += '\n';
+    const qint64 offset = result.size();
+    result += imageObject(object, stream, encoding, width, height);
+    const qint64 table = result.size();
+    result += "xref\n" + number(object) + " 1\n" + number(offset).rightJustified(10, '0')
+              + " 00000 n \ntrailer\n" + trailer + " /Prev " + number(previousTable)
+              + " >>\nstartxref\n" + number(table) + "\n%%EOF\n";
+    return result;
 }
 
 QByteArray FXPageImagePDFWriter::closingSection(qint64 bodySize, const QByteArray &id) const

@@ -33,6 +33,15 @@ public:
     bool writeSnapshot(const QString &path, QString *errorString = nullptr);
 
     int pageCount() const { return m_pageObjects.size(); }
+
+    // A document of such pages (ours, or rearranged by the assembly) with the image of page
+    // `page` (counted from 1) replaced, as an update appended to its bytes: the other pages
+    // are not written again. Empty, with the reason in errorString, when the document cannot
+    // be read, has no such page, a page of it holds other than one image, or it does not end
+    // in a cross-reference table.
+    static QByteArray withPageImage(const QByteArray &document, int page, const QByteArray &stream,
+                                    Encoding encoding, int width, int height, int *pageCount,
+                                    QString *errorString);
     QString errorString() const { return m_errorString; }
 
 private:
@@ -40,6 +49,8 @@ private:
     // file whose body ends at bodySize.
     QByteArray closingSection(qint64 bodySize, const QByteArray &id) const;
     int beginObject();
+    static QByteArray imageObject(int object, const QByteArray &stream, Encoding encoding,
+                                  int width, int height);
     bool write(const QByteArray &bytes);
     bool fail(const QString &what);
 

@@ -32,9 +32,11 @@
 #include <QLineEdit>
 #include <QListView>
 #include <QPdfDocument>
+#include <QProcess>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QSlider>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUndoStack>
@@ -196,6 +198,43 @@ private Q_SLOTS:
         window->documentTypeMixedItem->trigger();
         QVERIFY(prepared.wait(60000));
         QVERIFY(TestEnvironment::readFile(FXFaxFileManager::filePathForProcessedFaxFile()) != text);
+    }
+
+    // Text opens the threshold slider. A new level shows the page in view first, among the
+    // pages already shown; a level chosen while the last one is still being prepared wins,
+    // and only its pages remain.
+    void thresholdWhilePreparing()
+    {
+        AppDelegate app;
+        app.applicationDidFinishLaunching();
+        FBMainWindow *window = app.mainWindow();
+        QCOMPARE(open(app, fixture(QStringLiteral("three-pages.pdf"))), 3);
+        const QString reference = m_dir.filePath(QStringLiteral("level-4.pdf"));
+        QCOMPARE(QProcess::execute(TestEnvironment::binDir() + QStringLiteral("/faxolino"),
+                                   {QStringLiteral("prepare"), fixture("three-pages.pdf"),
+                                    reference, QStringLiteral("--threshold"), QStringLiteral("4")}),
+                 0);
+
+        window->documentTypeTextItem->trigger();
+        QVERIFY(app.popup());
+        auto *slider = app.popup()->findChild<QSlider *>();
+        QVERIFY(slider);
+        QCOMPARE(slider->value(), 2);
+        QList<int> shown;
+        connect(&app, &AppDelegate::pagesShown, this, [&](int pages) { shown.append(pages); });
+        QTest::keyClick(slider, Qt::Key_Right);
+        QCOMPARE(app.documentTypeThreshold(), 3);
+        QTRY_VERIFY_WITH_TIMEOUT(!shown.isEmpty(), 60000);
+        QSignalSpy prepared(&app, &AppDelegate::documentPrepared);
+        QTest::keyClick(slider, Qt::Key_End);
+        QCOMPARE(app.documentTypeThreshold(), 4);
+        QVERIFY(prepared.wait(60000));
+        QTRY_VERIFY_WITH_TIMEOUT(shown.size() >= 2, 60000);
+        QCOMPARE(shown, QList<int>(shown.size(), 3));
+        QTest::qWait(200);
+        QCOMPARE(prepared.size(), 1);
+        QCOMPARE(TestEnvironment::readFile(FXFaxFileManager::filePathForProcessedFaxFile()),
+                 TestEnvironment::readFile(reference));
     }
 
     // A renderer that dies or hangs ends in the unreadable-document message; the window

@@ -137,11 +137,14 @@ private Q_SLOTS:
         QCOMPARE(pageCountOf(originale), 3);
         QCOMPARE(pageText(originale, 1), pageText(fixture(QStringLiteral("three-pages.pdf")), 1));
 
-        // Once more off, with no cover left, leaves the document alone.
+        // Off with the cover file gone leaves the document alone.
+        QVERIFY(confirm(app, QString(), QStringLiteral("Third"), true));
         const QByteArray document = TestEnvironment::readFile(originale);
+        QVERIFY(QFile::remove(FXFaxFileManager::filePathForFaxCover()));
         app.openCoverSheet();
         app.coverWindow()->useCoverSheet->setChecked(false);
         app.coverSheetOK();
+        QVERIFY(!app.hasCoverSheet());
         QCOMPARE(TestEnvironment::readFile(originale), document);
     }
 

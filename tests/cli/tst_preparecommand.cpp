@@ -142,6 +142,21 @@ private Q_SLOTS:
         QCOMPARE(QFile::exists(out), written);
     }
 
+    // Started ahead, the command takes its arguments from standard input.
+    void argumentsOnStandardInput()
+    {
+        QProcess process;
+        process.start(TestEnvironment::binDir() + QStringLiteral("/faxolino"),
+                      {QStringLiteral("prepare"), QStringLiteral("--arguments-on-stdin")});
+        QVERIFY(process.waitForStarted());
+        process.write((fixture(QStringLiteral("three-pages.pdf")) + u'\n'
+                       + m_dir.filePath(QStringLiteral("waited.pdf")) + u'\n' + "--type\nmixed\n\n")
+                          .toLocal8Bit());
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitCode(), 0);
+        QCOMPARE(process.readAllStandardOutput(), QByteArray("3\n"));
+    }
+
     // The page the window shows, at a new level, goes into the document it already shows;
     // anything else falls back to the pages so far. OUT.pdf is the same either way.
     void visiblePage_data()
