@@ -581,10 +581,8 @@ void AppDelegate::processSFFForData()
                     } else if (serial != m_restyleSerial) {
                         showPreparedDocument(preview, pages, serial, false);
                     } else if (pages >= m_window->document->pageCount()) {
-                        // A new conversion never shows fewer pages than are shown. Once the
-                        // page in view is there, the next change of the slider may come.
+                        // A new conversion never shows fewer pages than are shown.
                         showPreparedDocument(preview, pages, serial, false);
-                        startSparePreparation();
                     }
                 }
                 // A line too long to be ours is dropped.

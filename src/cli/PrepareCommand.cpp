@@ -76,6 +76,7 @@ int PrepareCommand::run(int argc, char *argv[])
     std::vector<QByteArray> waited;
     std::vector<char *> waitedArguments;
     if (argc == 2 && qstrcmp(argv[1], "--arguments-on-stdin") == 0) {
+        FXFaxPageGenerator::warmPageMemory();
         waited = {argv[0]};
         std::string line;
         while (waited.size() < kMaximumArguments && std::getline(std::cin, line) && !line.empty())
