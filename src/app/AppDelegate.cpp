@@ -121,8 +121,8 @@ QString pagesText(int count)
 }
 
 // One page edit: the unprocessed document before and after it, as files of the working
-// folder, so that a long history of a large document does not live in memory.
-// A page edit, with whether page 1 was a cover page before and after it.
+// folder, so that a long history of a large document does not live in memory, and whether
+// page 1 was a cover page before and after it.
 class PageEdit : public QUndoCommand
 {
 public:

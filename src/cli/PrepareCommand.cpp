@@ -13,9 +13,8 @@
 #include <QSaveFile>
 #include <QTextStream>
 
-#include <iostream>
+#include <cstdio>
 #include <optional>
-#include <string>
 #include <vector>
 
 namespace {
@@ -78,9 +77,16 @@ int PrepareCommand::run(int argc, char *argv[])
     if (argc == 2 && qstrcmp(argv[1], "--arguments-on-stdin") == 0) {
         FXFaxPageGenerator::warmPageMemory();
         waited = {argv[0]};
-        std::string line;
-        while (waited.size() < kMaximumArguments && std::getline(std::cin, line) && !line.empty())
-            waited.emplace_back(QByteArray::fromStdString(line.substr(0, kMaximumArgumentSize)));
+        // A line longer than an argument may be comes in pieces; what is read stays bounded.
+        char line[kMaximumArgumentSize];
+        while (waited.size() < kMaximumArguments && std::fgets(line, sizeof line, stdin)) {
+            QByteArray argument(line);
+            if (argument.endsWith('\n'))
+                argument.chop(1);
+            if (argument.isEmpty())
+                break;
+            waited.push_back(argument);
+        }
         // The render helper starts as any program does.
         qunsetenv("LD_BIND_NOW");
         for (QByteArray &argument : waited)
