@@ -75,7 +75,6 @@ int PrepareCommand::run(int argc, char *argv[])
     std::vector<QByteArray> waited;
     std::vector<char *> waitedArguments;
     if (argc == 2 && qstrcmp(argv[1], "--arguments-on-stdin") == 0) {
-        FXFaxPageGenerator::warmPageMemory();
         waited = {argv[0]};
         // A line longer than an argument may be comes in pieces; what is read stays bounded.
         char line[kMaximumArgumentSize];

@@ -227,13 +227,6 @@ void FXFaxPageGenerator::keepPageMemory()
     mallopt(M_TRIM_THRESHOLD, 80 << 20);
 }
 
-void FXFaxPageGenerator::warmPageMemory()
-{
-    keepPageMemory();
-    QImage canvas(canvasWidth, canvasHeight, QImage::Format_ARGB32_Premultiplied);
-    canvas.fill(Qt::white);
-}
-
 FXFaxPageGenerator::PreparedPage FXFaxPageGenerator::preparePage(QPdfDocument &document, int page,
                                                                  int useType, int threshold)
 {

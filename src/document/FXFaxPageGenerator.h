@@ -87,9 +87,6 @@ public:
     // heap between pages. glibc would otherwise map each 32 MB raster afresh and unmap it
     // after, paying about 8000 page faults a page.
     static void keepPageMemory();
-    // The same, with the heap grown by a canvas ahead of the first page, which then does not
-    // wait for the memory of its raster to be mapped in.
-    static void warmPageMemory();
 
     // The brightness fraction of a threshold level (0 to 4); any other level gives 0.84.
     static float thresholdForLevel(int level);
