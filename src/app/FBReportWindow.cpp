@@ -40,12 +40,6 @@
 namespace {
 
 std::function<QString(QWidget *)> folderChooser;
-std::function<bool(const QUrl &)> urlOpener;
-
-bool openUrl(const QUrl &url)
-{
-    return urlOpener ? urlOpener(url) : QDesktopServices::openUrl(url);
-}
 
 QIcon themeIcon(const char *name, QStyle::StandardPixmap fallback)
 {
@@ -125,11 +119,6 @@ void FBReportTableView::paintEvent(QPaintEvent *event)
 void FBReportWindow::setFolderChooser(std::function<QString(QWidget *)> chooser)
 {
     folderChooser = std::move(chooser);
-}
-
-void FBReportWindow::setUrlOpener(std::function<bool(const QUrl &)> opener)
-{
-    urlOpener = std::move(opener);
 }
 
 FBReportWindow::FBReportWindow(QWidget *parent)
@@ -517,7 +506,7 @@ void FBReportWindow::openReportFile(Sender sender)
         qCWarning(lcApp, "No report file to open at %s", qUtf8Printable(path));
         return;
     }
-    if (!openUrl(QUrl::fromLocalFile(path)))
+    if (!QDesktopServices::openUrl(QUrl::fromLocalFile(path)))
         qCWarning(lcApp, "The desktop did not open %s", qUtf8Printable(path));
 }
 
@@ -539,7 +528,7 @@ void FBReportWindow::revealReportInFinder(Sender sender)
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, folder] {
         watcher->deleteLater();
         if (watcher->isError())
-            openUrl(folder);
+            QDesktopServices::openUrl(folder);
     });
 }
 

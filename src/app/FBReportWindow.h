@@ -71,10 +71,9 @@ public:
     explicit FBReportWindow(QWidget *parent = nullptr);
     ~FBReportWindow() override;
 
-    // Replace the modal folder chooser and the desktop's "open" (tests). The chooser returns
-    // the chosen folder, or "" when cancelled; the opener answers whether it opened.
+    // Replaces the modal folder chooser (tests): it returns the chosen folder, or "" when
+    // cancelled.
     static void setFolderChooser(std::function<QString(QWidget *)> chooser);
-    static void setUrlOpener(std::function<bool(const QUrl &)> opener);
 
     // Where a record's report is: in the report folder it keeps, or where the store put it
     // when that folder does not resolve. `resolved` tells which.

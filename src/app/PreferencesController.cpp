@@ -43,7 +43,6 @@
 namespace {
 
 PreferencesController *sharedInstance = nullptr;
-std::function<void(const QUrl &)> urlOpener;
 std::function<bool(const QString &, const QString &)> alertHook;
 
 const QString kGeometryKey = QStringLiteral("PreferencesWindow/geometry");
@@ -88,11 +87,6 @@ PreferencesController *PreferencesController::sharedController()
         });
     }
     return sharedInstance;
-}
-
-void PreferencesController::setUrlOpener(std::function<void(const QUrl &)> opener)
-{
-    urlOpener = std::move(opener);
 }
 
 void PreferencesController::setAlertHook(std::function<bool(const QString &, const QString &)> hook)
@@ -746,11 +740,7 @@ QUrl PreferencesController::helpURL(int tag)
 
 void PreferencesController::showHelp(int tag)
 {
-    const QUrl url = helpURL(tag);
-    if (urlOpener)
-        urlOpener(url);
-    else
-        QDesktopServices::openUrl(url);
+    QDesktopServices::openUrl(helpURL(tag));
 }
 
 void PreferencesController::selectReportPath()

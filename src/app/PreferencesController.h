@@ -83,8 +83,6 @@ public:
     void didFailWithErrorCode(qint64 code) override;
     void didFailWithTransportError(const QString &errorString) override;
 
-    // Help pages go through this when set (tests) instead of the browser.
-    static void setUrlOpener(std::function<void(const QUrl &)> opener);
     // Sheets go through this when set (tests): it gets the title and the text.
     static void setAlertHook(std::function<bool(const QString &, const QString &)> hook);
 

@@ -2,6 +2,7 @@
 // live updates, missing files and sending again.
 #include "LogCapture.h"
 #include "TestEnvironment.h"
+#include "UrlRecorder.h"
 #include "app/FBFaxArrayController.h"
 #include "app/FBReportWindow.h"
 #include "foundation/FBLocalization.h"
@@ -44,7 +45,7 @@ class TestFBReportWindow : public QObject
 
     QTemporaryDir m_reports{TestEnvironment::root() + QStringLiteral("/reports-XXXXXX")};
     QTemporaryDir m_exports{TestEnvironment::root() + QStringLiteral("/exports-XXXXXX")};
-    QList<QUrl> m_opened;
+    UrlRecorder m_urls{{QStringLiteral("file")}};
 
     // A fax of `pages` pages sent on 21 November 2026, `minutesAgo` before 12:00, whose
     // report (when `report` names a fixture) lies in the report folder.
@@ -101,16 +102,12 @@ private Q_SLOTS:
                                        QLocale(QLocale::English));
         FXPhoneNumber::setRegion(QStringLiteral("DE"));
         FXAddressBook::setSystemAddressBookEnabled(false);
-        FBReportWindow::setUrlOpener([this](const QUrl &url) {
-            m_opened.append(url);
-            return true;
-        });
         FBReportWindow::setFolderChooser([this](QWidget *) { return m_exports.path(); });
     }
 
     void init()
     {
-        m_opened.clear();
+        m_urls.opened.clear();
         for (const Fax &fax : journal()->fetchFaxes())
             journal()->deleteObject(fax);
         FXCoreDataController::sharedInstance()->saveMainContext();
@@ -170,8 +167,9 @@ private Q_SLOTS:
         }
 
         const QString actedOn = expected >= 0 ? reportPath(faxes.at(expected)) : QString();
-        QCOMPARE(m_opened, segment == 0 && expected >= 0 ? QList<QUrl>{QUrl::fromLocalFile(actedOn)}
-                                                         : QList<QUrl>());
+        QCOMPARE(m_urls.opened, segment == 0 && expected >= 0
+                                    ? QList<QUrl>{QUrl::fromLocalFile(actedOn)}
+                                    : QList<QUrl>());
         QStringList remaining{"+4930111", "+4930222", "+4930333"};
         if (segment == 1 && expected >= 0)
             remaining.removeAt(expected);
@@ -274,7 +272,7 @@ private Q_SLOTS:
         QVERIFY(!window.sendAgainAction->isEnabled());
         QCOMPARE(window.sendAgainAction->toolTip(), FXText("send_again_no_report"));
         window.handleReportAction(0);
-        QVERIFY(m_opened.isEmpty());
+        QVERIFY(m_urls.opened.isEmpty());
         LogCapture log;
         window.handleReportAction(1);
         QVERIFY(log.contains(QStringLiteral("Faxreport konnte nicht gelöscht werden")));

@@ -2,6 +2,7 @@
 #include "LogCapture.h"
 #include "ProviderSimulator.h"
 #include "TestEnvironment.h"
+#include "UrlRecorder.h"
 #include "app/PreferencesController.h"
 #include "foundation/FBAccountCredentials.h"
 #include "foundation/FBLocalization.h"
@@ -55,7 +56,7 @@ class TestPreferencesController : public QObject
                                    QStringLiteral("nofax:") + kPassword,
                                    QStringLiteral("--no-fax-line"), QStringLiteral("nofax")}};
     QStringList m_alerts;
-    QList<QUrl> m_opened;
+    UrlRecorder m_urls{{QStringLiteral("https")}};
 
     int requestCount() const { return int(m_simulator.requests().size()); }
 
@@ -83,7 +84,6 @@ private Q_SLOTS:
             m_alerts.append(title + u'|' + text);
             return true;
         });
-        PreferencesController::setUrlOpener([this](const QUrl &url) { m_opened.append(url); });
     }
 
     void init()
@@ -91,7 +91,7 @@ private Q_SLOTS:
         m_simulator.exportEndpoints();
         QVERIFY(m_simulator.reset());
         m_alerts.clear();
-        m_opened.clear();
+        m_urls.opened.clear();
         setAccount(QStringLiteral("demo"), kPassword);
         FBUserDefaults::removeObjectForKey(kLocalUriKey);
         FBUserDefaults::removeObjectForKey(kLocalSipUriKey);
@@ -277,7 +277,7 @@ private Q_SLOTS:
         PreferencesController controller;
         QVERIFY(controller.helpButtons.size() > tag);
         controller.helpButtons.at(tag)->click();
-        QCOMPARE(m_opened, QList<QUrl>{QUrl(url)});
+        QCOMPARE(m_urls.opened, QList<QUrl>{QUrl(url)});
     }
 
     // The chosen folder is kept as its path and as the UTF-8 bytes the reports read;
